@@ -1,0 +1,31 @@
+# Two commands for a fresh Debian 12 machine: `make run` and `make test`.
+# Both install what is missing, configure and build; both are quick when nothing changed.
+BUILD_DIR ?= build
+BUILD_TYPE ?= RelWithDebInfo
+CTEST_ARGS ?=
+
+.PHONY: run test bench build deps configure clean
+
+deps:
+	@scripts/install-deps.sh
+
+$(BUILD_DIR)/build.ninja:
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
+
+configure: deps $(BUILD_DIR)/build.ninja
+
+build: configure
+	cmake --build $(BUILD_DIR)
+
+run: build
+	$(BUILD_DIR)/quillory
+
+# Application tests need a display; without one they run under a virtual X server.
+test: build
+	@scripts/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
+
+bench: build
+	$(BUILD_DIR)/bench/QuilloryBenchmarks --benchmark_counters_tabular=true
+
+clean:
+	rm -rf $(BUILD_DIR)

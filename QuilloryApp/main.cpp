@@ -1,0 +1,7 @@
+#include "QuilloryApp/QuilloryApplication.h"
+
+int main(int argc, char** argv)
+{
+    Quillory::QuilloryApplication application;
+    return application.run(argc, argv);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace Quillory::TextFile {
+
+// Reads a whole file as strict UTF-8 into UTF-16 code units. A byte-order mark stays in the text
+// as U+FEFF and line ends are not touched, so writing the result back gives the same bytes.
+// Throws FileReadError naming the file, with the OS's reason or the encoding problem.
+std::u16string readUTF8(const std::filesystem::path&);
+
+// Reads a whole file's bytes, unconverted. Throws FileReadError.
+std::string readBytes(const std::filesystem::path&);
+
+// Writes text as UTF-8 atomically: a temporary file in the same folder is written, flushed to
+// disk and renamed over the target, which keeps its permission bits. On failure the target is
+// untouched, no temporary file is left, and FileWriteError carries the OS's reason.
+void writeUTF8Atomically(const std::filesystem::path&, std::u16string_view text);
+void writeBytesAtomically(const std::filesystem::path&, std::string_view bytes);
+
+// "“name”": the file's last component in curly quotes, as messages name files.
+std::string quotedFileName(const std::filesystem::path&);
+
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Quillory::UnicodeText {
+
+// Strict UTF-8 to UTF-16: nothing for ill-formed input (overlong forms, surrogates, stray bytes).
+// A byte-order mark is kept as the character U+FEFF.
+std::optional<std::u16string> utf16FromUTF8(std::string_view utf8);
+
+// UTF-16 to UTF-8. An unpaired surrogate, which a valid text never holds, becomes U+FFFD.
+std::string utf8FromUTF16(std::u16string_view utf16);
+
+// Convenience for literals and ASCII-safe input; ill-formed input gives U+FFFD per bad sequence.
+std::u16string utf16(std::string_view utf8);
+
+}
