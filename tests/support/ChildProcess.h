@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace QuilloryTest {
+
+struct ChildProcessResult {
+    int exitStatus { -1 };
+    std::string standardOutput;
+    std::string standardError;
+};
+
+// Runs a program with arguments (no shell) and collects its exit status and both streams.
+ChildProcessResult runChildProcess(const std::vector<std::string>& arguments);
+
+}
