@@ -24,8 +24,12 @@ run: build
 test: build
 	@scripts/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
 
+# The application benchmarks need a display; without one they run under a virtual X server.
 bench: build
 	$(BUILD_DIR)/bench/QuilloryBenchmarks --benchmark_counters_tabular=true
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then $(BUILD_DIR)/bench/QuilloryAppBenchmarks --benchmark_counters_tabular=true; \
+	else GSETTINGS_BACKEND=memory GTK_IM_MODULE=none WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS=1 xvfb-run -a -s "-screen 0 1920x1200x24" \
+	  dbus-run-session -- $(BUILD_DIR)/bench/QuilloryAppBenchmarks --benchmark_counters_tabular=true; fi
 
 clean:
 	rm -rf $(BUILD_DIR)

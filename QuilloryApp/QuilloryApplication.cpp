@@ -1,5 +1,12 @@
 #include "QuilloryApp/QuilloryApplication.h"
 
+#include "QuilloryApp/AppSettingsStore.h"
+#include "QuilloryApp/ContentView.h"
+#include "QuilloryApp/GLibScheduler.h"
+#include "QuilloryApp/QuilloryTheme.h"
+#include "QuilloryApp/WorkspaceRecentProjectsStore.h"
+#include "QuilloryApp/WorkspaceStore.h"
+
 namespace Quillory {
 
 QuilloryApplication::QuilloryApplication()
@@ -11,6 +18,10 @@ QuilloryApplication::QuilloryApplication()
 QuilloryApplication::~QuilloryApplication()
 {
     g_signal_handlers_disconnect_by_data(m_application, this);
+    m_contentView.reset();
+    m_store.reset();
+    m_scheduler.reset();
+    m_theme.reset();
     g_object_unref(m_application);
 }
 
@@ -35,8 +46,28 @@ void QuilloryApplication::activate()
         gtk_window_present(existing);
         return;
     }
+    auto& settings = AppSettingsStore::shared();
+    if (!m_theme)
+        m_theme = std::make_unique<QuilloryTheme>(settings);
+    // A window closed and made anew gets a fresh store; the old views go before the old store.
+    m_contentView.reset();
+    m_store.reset();
+    m_scheduler = std::make_unique<GLibScheduler>();
+    m_store = std::make_unique<WorkspaceStore>(WorkspaceRecentProjectsStore::shared(), *m_scheduler);
+    m_contentView = std::make_unique<ContentView>(*m_store, settings);
+
     GtkWidget* window = makeMainWindow(GTK_APPLICATION(m_application));
+    adw_application_window_set_content(ADW_APPLICATION_WINDOW(window), m_contentView->widget());
+    g_signal_connect_swapped(window, "close-request", G_CALLBACK(+[](QuilloryApplication* self) -> gboolean {
+        // TRUE keeps the window open.
+        return !self->windowShouldClose();
+    }), this);
     gtk_window_present(GTK_WINDOW(window));
+}
+
+bool QuilloryApplication::windowShouldClose()
+{
+    return !m_contentView || m_contentView->shouldClose();
 }
 
 }

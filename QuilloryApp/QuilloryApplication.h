@@ -2,9 +2,17 @@
 
 #include <adwaita.h>
 
+#include <memory>
+
 namespace Quillory {
 
-// The application entry: one AdwApplication with one main window titled "Quillory".
+class ContentView;
+class GLibScheduler;
+class QuilloryTheme;
+class WorkspaceStore;
+
+// The application entry: one AdwApplication with one main window titled "Quillory", which holds
+// the ContentView over the window's WorkspaceStore.
 class QuilloryApplication {
 public:
     static constexpr const char* applicationID = "app.quillory.Quillory";
@@ -26,7 +34,15 @@ public:
 
 private:
     void activate();
+    bool windowShouldClose();
+
     AdwApplication* m_application;
+    // The main window's state, made on the first activation; the views go before the store
+    // they observe.
+    std::unique_ptr<QuilloryTheme> m_theme;
+    std::unique_ptr<GLibScheduler> m_scheduler;
+    std::unique_ptr<WorkspaceStore> m_store;
+    std::unique_ptr<ContentView> m_contentView;
 };
 
 }

@@ -1,0 +1,92 @@
+#include "QuilloryApp/EditorPreviewView.h"
+
+#include "QuilloryApp/SourceEditorView.h"
+#include "QuilloryApp/StatusStripView.h"
+#include "QuilloryApp/WorkspacePlaceholderView.h"
+#include "QuilloryApp/WorkspaceStore.h"
+
+namespace Quillory {
+
+namespace {
+
+constexpr const char* documentPageName = "document";
+constexpr const char* placeholderPageName = "placeholder";
+
+}
+
+EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
+    : m_store(store)
+    , m_root(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_stack_new()))))
+    , m_placeholder(std::make_unique<WorkspacePlaceholderView>(store))
+    , m_sourceEditor(std::make_unique<SourceEditorView>(store.editorText(), [&store](std::u16string text) {
+        store.setEditorText(std::move(text));
+        store.editorTextDidChange();
+    }))
+    , m_statusStrip(std::make_unique<StatusStripView>(store))
+{
+    GtkWidget* root = m_root.get();
+    gtk_widget_set_hexpand(root, TRUE);
+    gtk_widget_set_vexpand(root, TRUE);
+
+    m_documentContent = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(m_documentContent), makeEditorPane());
+    gtk_box_append(GTK_BOX(m_documentContent), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
+    gtk_box_append(GTK_BOX(m_documentContent), m_statusStrip->widget());
+    gtk_stack_add_named(GTK_STACK(root), m_documentContent, documentPageName);
+    gtk_stack_add_named(GTK_STACK(root), m_placeholder->widget(), placeholderPageName);
+
+    showSelection();
+    showEditState();
+    m_connections.observe(store.selectedPageID(), [this] {
+        showSelection();
+        showEditState();
+    });
+    m_connections.observe(store.editableDocuments(), [this] { showSelection(); });
+    // The edit state changes with typing, with loads, and when an autosave completes, which
+    // renews the reload token.
+    m_connections.observe(store.editorText(), [this] { showEditState(); });
+    m_connections.observe(store.previewReloadToken(), [this] { showEditState(); });
+}
+
+EditorPreviewView::~EditorPreviewView()
+{
+    m_connections.disconnectAll();
+}
+
+GtkWidget* EditorPreviewView::makeEditorPane()
+{
+    GtkWidget* pane = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_widget_add_css_class(pane, "quillory-editor-pane");
+    gtk_widget_set_vexpand(pane, TRUE);
+    gtk_box_append(GTK_BOX(pane), m_sourceEditor->widget());
+
+    m_editStateLabel = GTK_LABEL(gtk_label_new(nullptr));
+    gtk_label_set_xalign(m_editStateLabel, 0.0f);
+    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "caption");
+    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "dim-label");
+    gtk_widget_set_margin_start(GTK_WIDGET(m_editStateLabel), 12);
+    gtk_widget_set_margin_end(GTK_WIDGET(m_editStateLabel), 12);
+    gtk_widget_set_margin_top(GTK_WIDGET(m_editStateLabel), 6);
+    gtk_widget_set_margin_bottom(GTK_WIDGET(m_editStateLabel), 6);
+    gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
+    gtk_box_append(GTK_BOX(pane), GTK_WIDGET(m_editStateLabel));
+    return pane;
+}
+
+bool EditorPreviewView::isShowingDocument() const
+{
+    return gtk_stack_get_visible_child(GTK_STACK(m_root.get())) == m_documentContent;
+}
+
+void EditorPreviewView::showSelection()
+{
+    bool hasDocument = m_store.selectedDocument().has_value();
+    gtk_stack_set_visible_child_name(GTK_STACK(m_root.get()), hasDocument ? documentPageName : placeholderPageName);
+}
+
+void EditorPreviewView::showEditState()
+{
+    gtk_label_set_text(m_editStateLabel, m_store.editStateDescription().c_str());
+}
+
+}

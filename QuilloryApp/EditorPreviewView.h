@@ -1,0 +1,51 @@
+#pragma once
+
+#include "QuilloryApp/GRef.h"
+#include "QuilloryApp/ViewConnections.h"
+
+#include <gtk/gtk.h>
+
+#include <memory>
+
+namespace Quillory {
+
+class SourceEditorView;
+class StatusStripView;
+class WorkspacePlaceholderView;
+class WorkspaceStore;
+
+// The working surface for the selected document: the split content above the status strip, or
+// the placeholder while nothing is selected. The split content is, for now, the editor pane
+// alone: the source editor bound to the store's editorText and the edit-state line under it.
+// The preview pane joins it as the trailing side of a split.
+class EditorPreviewView {
+public:
+    explicit EditorPreviewView(WorkspaceStore&);
+    ~EditorPreviewView();
+    EditorPreviewView(const EditorPreviewView&) = delete;
+    EditorPreviewView& operator=(const EditorPreviewView&) = delete;
+
+    GtkWidget* widget() const { return m_root.get(); }
+    SourceEditorView& sourceEditor() const { return *m_sourceEditor; }
+    StatusStripView& statusStrip() const { return *m_statusStrip; }
+    WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
+    GtkLabel* editStateLabel() const { return m_editStateLabel; }
+    // True while a document is selected and the editor, not the placeholder, is shown.
+    bool isShowingDocument() const;
+
+private:
+    GtkWidget* makeEditorPane();
+    void showSelection();
+    void showEditState();
+
+    WorkspaceStore& m_store;
+    GRef<GtkWidget> m_root;
+    std::unique_ptr<WorkspacePlaceholderView> m_placeholder;
+    std::unique_ptr<SourceEditorView> m_sourceEditor;
+    std::unique_ptr<StatusStripView> m_statusStrip;
+    GtkWidget* m_documentContent { nullptr };
+    GtkLabel* m_editStateLabel { nullptr };
+    ViewConnections m_connections;
+};
+
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "QuilloryApp/GRef.h"
+#include "QuilloryCore/PreviewTarget.h"
+#include "QuilloryCore/SiteGraphModels.h"
+#include "QuilloryCore/UUID.h"
+
+#include <gtk/gtk.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+typedef struct _WebKitUserContentManager WebKitUserContentManager;
+typedef struct _WebKitWebView WebKitWebView;
+
+namespace Quillory {
+
+// The live preview: a web view that shows the preview target and serves the open site through
+// the scheme "quillory-site". It holds no model: each update compares what it is given with what
+// it did last and loads only on a change. Links the user follows to another page of the site go
+// to the store first, and the web view goes on only if the store agreed. Main thread only.
+//
+// The view owns a reference to its widget. Destroying the view disconnects it from the widget;
+// take the widget out of its parent before or after, as the parent requires.
+class WebPreviewView {
+public:
+    // What each update hands over.
+    struct Inputs {
+        // What to show.
+        PreviewTarget previewTarget;
+        // The open site, served through the scheme; nothing when no site is open.
+        std::optional<SiteMap> siteMap;
+        // The document shown.
+        std::optional<std::string> currentDocumentID;
+        // A new value forces a reload of the same target.
+        UUID reloadToken;
+        // The user followed a link to another page of the site; true means the store went along
+        // and the web view follows. Without it such links are cancelled.
+        std::function<bool(const std::string& pageID)> onNavigateToPage;
+        // The page scrolled (reported once scrolling pauses for 80 ms).
+        std::function<void()> onPreviewScrolled;
+    };
+
+    class Coordinator;
+
+    WebPreviewView();
+    ~WebPreviewView();
+    WebPreviewView(const WebPreviewView&) = delete;
+    WebPreviewView& operator=(const WebPreviewView&) = delete;
+
+    // The widget to place in a window: the web view itself.
+    GtkWidget* widget() const;
+    WebKitWebView* webView() const { return m_webView.get(); }
+
+    // Hands over the current inputs: updates the site served, the current page and the
+    // callbacks, then loads the target if it or the token differs from the last one loaded.
+    // Cheap when nothing changed, apart from rebuilding the site's resolver.
+    void update(const Inputs&);
+
+private:
+    void registerScriptMessageHandlers();
+    void unregisterScriptMessageHandlers();
+
+    std::shared_ptr<Coordinator> m_coordinator;
+    GRef<WebKitUserContentManager> m_userContentManager;
+    GRef<WebKitWebView> m_webView;
+};
+
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "QuilloryCore/SiteGraphModels.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Quillory {
+
+// What a written reference means inside the open site.
+struct ResolvedSiteResource {
+    class Kind {
+    public:
+        enum class Tag {
+            localPage,
+            localAsset,
+            missingLocalRoute,
+            external,
+            ignored,
+        };
+
+        // A page of the site, carrying its id.
+        static Kind localPage(std::string pageID) { return Kind(Tag::localPage, std::move(pageID)); }
+        // A regular file inside the site folder that is no page.
+        static Kind localAsset() { return Kind(Tag::localAsset, std::nullopt); }
+        // Local in form, but nothing answers to it.
+        static Kind missingLocalRoute() { return Kind(Tag::missingLocalRoute, std::nullopt); }
+        // Leaves the site: another host, mail, telephone.
+        static Kind external() { return Kind(Tag::external, std::nullopt); }
+        // Nothing to resolve: empty, fragment or query only, script, inline data.
+        static Kind ignored() { return Kind(Tag::ignored, std::nullopt); }
+
+        Tag tag() const { return m_tag; }
+        // The page id of localPage; nothing for every other kind.
+        const std::optional<std::string>& pageID() const { return m_pageID; }
+
+        friend bool operator==(const Kind&, const Kind&) = default;
+
+    private:
+        Kind(Tag tag, std::optional<std::string> pageID)
+            : m_tag(tag)
+            , m_pageID(std::move(pageID))
+        {
+        }
+
+        Tag m_tag;
+        std::optional<std::string> m_pageID;
+    };
+
+    Kind kind;
+    // The reference trimmed of surrounding white space, query and fragment still in it.
+    std::string requestPath;
+    // The path inside the site for localPage, localAsset and missingLocalRoute.
+    std::optional<std::string> relativePath;
+    // The file to serve for localPage and localAsset.
+    std::optional<std::filesystem::path> fileURL;
+
+    // "localPage", "localAsset", "missingLocalRoute", "external" or "ignored".
+    std::string_view kindName() const;
+
+    friend bool operator==(const ResolvedSiteResource&, const ResolvedSiteResource&) = default;
+};
+
+// Answers what a link or URL written in the site means. A plain value, cheap to copy (the page
+// table is shared). Never throws; touches the disk only to ask whether a file is a regular file.
+class SiteRouteResolver {
+public:
+    // Page paths must be unique; a list that holds one path twice aborts the process.
+    SiteRouteResolver(const std::filesystem::path& rootURL, const std::vector<SitePage>& pages);
+
+    // Resolves a reference written in the page at relative path `from` (for an href: the linking
+    // page's relativePath). A reference starting with "/" is relative to the root.
+    ResolvedSiteResource resolve(std::string_view reference, std::optional<std::string_view> from = std::nullopt) const;
+
+    // Resolves a URL: for the scheme quillory-site (any case, any host) its percent-decoded path,
+    // "/" when empty; for any other URL its text as it stands.
+    ResolvedSiteResource resolveURL(std::string_view url, std::optional<std::string_view> from = std::nullopt) const;
+
+    const std::filesystem::path& rootURL() const { return m_rootURL; }
+
+private:
+    using PageByPath = std::unordered_map<std::string, SitePage>;
+
+    static std::string normalizeRelativePath(std::string_view path);
+    static std::string parentPath(std::string_view path);
+    static std::vector<std::string> pageCandidatePaths(const std::string& path);
+    bool isRegularFile(const std::filesystem::path& url) const;
+
+    std::filesystem::path m_rootURL;
+    std::shared_ptr<const PageByPath> m_pageByPath;
+};
+
+}

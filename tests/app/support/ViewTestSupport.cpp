@@ -1,0 +1,105 @@
+#include "app/support/ViewTestSupport.h"
+
+#include <glib.h>
+
+#include <algorithm>
+
+namespace QuilloryTest {
+
+TestWindow::TestWindow(GtkWidget* content, int width, int height)
+    : m_window(adw_window_new())
+{
+    gtk_window_set_default_size(GTK_WINDOW(m_window), width, height);
+    adw_window_set_content(ADW_WINDOW(m_window), content);
+    gtk_window_present(GTK_WINDOW(m_window));
+    runMainLoopUntil([this] { return gtk_widget_get_mapped(m_window) && gtk_widget_get_width(m_window) > 0; });
+    drainMainLoop();
+}
+
+TestWindow::~TestWindow()
+{
+    gtk_window_destroy(GTK_WINDOW(m_window));
+    drainMainLoop();
+}
+
+bool TestWindow::saveSnapshot(const std::filesystem::path& png) const
+{
+    int width = gtk_widget_get_width(m_window);
+    int height = gtk_widget_get_height(m_window);
+    GdkPaintable* paintable = gtk_widget_paintable_new(m_window);
+    GtkSnapshot* snapshot = gtk_snapshot_new();
+    gdk_paintable_snapshot(paintable, snapshot, width, height);
+    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
+    g_object_unref(paintable);
+    if (!node)
+        return false;
+    graphene_rect_t bounds;
+    graphene_rect_init(&bounds, 0, 0, static_cast<float>(width), static_cast<float>(height));
+    GdkTexture* texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(m_window)), node, &bounds);
+    gsk_render_node_unref(node);
+    bool saved = texture && gdk_texture_save_to_png(texture, png.c_str());
+    if (texture)
+        g_object_unref(texture);
+    return saved;
+}
+
+void drainMainLoop()
+{
+    while (g_main_context_pending(nullptr))
+        g_main_context_iteration(nullptr, FALSE);
+}
+
+bool runMainLoopUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
+{
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        if (!g_main_context_iteration(nullptr, FALSE))
+            g_usleep(2000);
+    }
+    return true;
+}
+
+std::vector<GtkWidget*> descendants(GtkWidget* root)
+{
+    std::vector<GtkWidget*> found;
+    for (GtkWidget* child = gtk_widget_get_first_child(root); child; child = gtk_widget_get_next_sibling(child)) {
+        found.push_back(child);
+        auto below = descendants(child);
+        found.insert(found.end(), below.begin(), below.end());
+    }
+    return found;
+}
+
+std::vector<std::string> mappedLabelTexts(GtkWidget* root)
+{
+    std::vector<std::string> texts;
+    for (GtkWidget* widget : descendants(root)) {
+        if (GTK_IS_LABEL(widget) && gtk_widget_get_mapped(widget))
+            texts.emplace_back(gtk_label_get_text(GTK_LABEL(widget)));
+    }
+    return texts;
+}
+
+bool contains(const std::vector<std::string>& texts, std::string_view text)
+{
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+GtkWidget* findLabel(GtkWidget* root, std::string_view text)
+{
+    auto all = descendants(root);
+    auto found = std::find_if(all.begin(), all.end(), [&](GtkWidget* widget) { return GTK_IS_LABEL(widget) && gtk_label_get_text(GTK_LABEL(widget)) == text; });
+    return found == all.end() ? nullptr : *found;
+}
+
+std::filesystem::path copyFixtureSite(std::string_view name, const TemporaryDirectory& destination)
+{
+    auto source = std::filesystem::path(QUILLORY_TEST_FIXTURES) / "sites" / std::string(name);
+    auto target = destination.path() / std::string(name);
+    std::filesystem::copy(source, target, std::filesystem::copy_options::recursive);
+    return target;
+}
+
+}
