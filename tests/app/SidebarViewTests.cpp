@@ -3,6 +3,7 @@
 #include "QuilloryApp/EditorPreviewView.h"
 #include "QuilloryApp/SidebarView.h"
 #include "QuilloryApp/SiteIdentityHeader.h"
+#include "QuilloryApp/SourceEditorView.h"
 #include "QuilloryApp/StatusStripView.h"
 #include "QuilloryCore/EditableDocument.h"
 #include "QuilloryCore/SiteGraphBuilder.h"
