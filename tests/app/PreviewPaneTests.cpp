@@ -9,7 +9,7 @@
 #include <string>
 
 using namespace Quillory;
-using QuilloryTest::runMainLoopUntil;
+using QuilloryTest::waitUntil;
 
 namespace {
 
@@ -74,7 +74,7 @@ TEST(PreviewPane, EmptyPreviewStateCoversThePreviewOnlyWhileThePageIsEmpty)
     window.pane.update(inputs);
     EXPECT_FALSE(gtk_widget_get_visible(emptyState));
     // The preview behind it was handed the target all the same.
-    EXPECT_TRUE(runMainLoopUntil([&] { return !webkit_web_view_is_loading(window.pane.webPreviewView().webView()) && webkit_web_view_get_uri(window.pane.webPreviewView().webView()); }));
+    EXPECT_TRUE(waitUntil([&] { return !webkit_web_view_is_loading(window.pane.webPreviewView().webView()) && webkit_web_view_get_uri(window.pane.webPreviewView().webView()); }));
 }
 
 }

@@ -6,8 +6,8 @@
 
 using namespace Quillory;
 using namespace std::chrono_literals;
-using QuilloryTest::runMainLoopFor;
-using QuilloryTest::runMainLoopUntil;
+using QuilloryTest::waitFor;
+using QuilloryTest::waitUntil;
 
 namespace {
 
@@ -33,8 +33,8 @@ struct SplitInWindow {
 
     bool settledAtWidth(int width)
     {
-        bool reached = runMainLoopUntil([&] { return gtk_widget_get_width(split.widget()) == width && gtk_widget_get_width(leading) > 0; }, 10s);
-        runMainLoopFor(100ms);
+        bool reached = waitUntil([&] { return gtk_widget_get_width(split.widget()) == width && gtk_widget_get_width(leading) > 0; }, 10s);
+        waitFor(100ms);
         return reached;
     }
     GtkPaned* paned() const { return GTK_PANED(split.widget()); }
@@ -54,7 +54,7 @@ TEST(ProtectedHSplitView, DraggingToTheFarRightStopsAtTheTrailingMinimum)
     // A drag of the divider ends in gtk_paned_set_position with the pointer's position, which is
     // what this does; the X server here has no input extension to move a real pointer.
     gtk_paned_set_position(window.paned(), 1390);
-    runMainLoopFor(200ms);
+    waitFor(200ms);
     int thickness = window.dividerThickness();
     EXPECT_GE(thickness, 0);
     EXPECT_EQ(gtk_paned_get_position(window.paned()), 1400 - trailingMinimum - thickness);
@@ -65,7 +65,7 @@ TEST(ProtectedHSplitView, DraggingToTheFarLeftStopsAtTheLeadingMinimum)
 {
     SplitInWindow window(1400);
     gtk_paned_set_position(window.paned(), 10);
-    runMainLoopFor(200ms);
+    waitFor(200ms);
     EXPECT_EQ(gtk_paned_get_position(window.paned()), leadingMinimum);
     EXPECT_EQ(gtk_widget_get_width(window.leading), leadingMinimum);
 }
@@ -82,7 +82,7 @@ TEST(ProtectedHSplitView, ShrinkingTheWindowTakesTheRoomFromTheLeadingPane)
 {
     SplitInWindow window(1600);
     gtk_paned_set_position(window.paned(), 1000);
-    runMainLoopFor(200ms);
+    waitFor(200ms);
     ASSERT_EQ(gtk_paned_get_position(window.paned()), 1000);
 
     gtk_window_set_default_size(GTK_WINDOW(window.window), 1300, 600);

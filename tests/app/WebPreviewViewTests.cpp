@@ -17,8 +17,8 @@
 using namespace Quillory;
 using namespace std::chrono_literals;
 using QuilloryTest::evaluateInPage;
-using QuilloryTest::runMainLoopFor;
-using QuilloryTest::runMainLoopUntil;
+using QuilloryTest::waitFor;
+using QuilloryTest::waitUntil;
 using QuilloryTest::TemporaryDirectory;
 
 namespace {
@@ -88,7 +88,7 @@ struct PreviewHarness {
 
     void update() { view.update(inputs); }
 
-    bool waitForFinishedLoads(int count) { return runMainLoopUntil([&] { return loadsFinished >= count; }); }
+    bool waitForFinishedLoads(int count) { return waitUntil([&] { return loadsFinished >= count; }); }
 
     std::string uri() const
     {
@@ -146,7 +146,7 @@ TEST(WebPreviewView, SameTargetAndTokenLoadOnce)
 
     harness.update();
     harness.update();
-    runMainLoopFor(500ms);
+    waitFor(500ms);
     EXPECT_EQ(harness.loadsStarted, 1);
     EXPECT_EQ(harness.documentMark(), "kept");
 }
@@ -257,8 +257,8 @@ TEST(WebPreviewView, LinkFollowedWhileTheWindowUpdatesTheViewFromTheStore)
         harness.update();
     };
     harness.click("about");
-    ASSERT_TRUE(runMainLoopUntil([&] { return harness.loadsFinished >= 2 && !webkit_web_view_is_loading(harness.view.webView()); }));
-    runMainLoopFor(300ms);
+    ASSERT_TRUE(waitUntil([&] { return harness.loadsFinished >= 2 && !webkit_web_view_is_loading(harness.view.webView()); }));
+    waitFor(300ms);
     EXPECT_EQ(harness.askedPages, std::vector<std::string> { "about.html" });
     EXPECT_EQ(harness.uri(), "quillory-site://local/about.html");
     EXPECT_EQ(harness.evaluate("return document.title;"), "About");
@@ -275,8 +275,8 @@ TEST(WebPreviewView, RefusedLinkLeavesThePageAndTheCurrentPageInPlace)
     harness.storeAgrees = false;
 
     harness.click("about");
-    ASSERT_TRUE(runMainLoopUntil([&] { return !harness.askedPages.empty(); }));
-    runMainLoopFor(500ms);
+    ASSERT_TRUE(waitUntil([&] { return !harness.askedPages.empty(); }));
+    waitFor(500ms);
     EXPECT_EQ(harness.askedPages, std::vector<std::string> { "about.html" });
     EXPECT_EQ(harness.loadsStarted, 1);
     EXPECT_EQ(harness.uri(), "quillory-site://local/index.html");
@@ -298,7 +298,7 @@ TEST(WebPreviewView, LinkToAnotherPageWithoutCallbackIsCancelled)
     ASSERT_TRUE(harness.waitForFinishedLoads(1));
 
     harness.click("about");
-    runMainLoopFor(500ms);
+    waitFor(500ms);
     EXPECT_EQ(harness.loadsStarted, 1);
     EXPECT_EQ(harness.uri(), "quillory-site://local/index.html");
 }
@@ -348,7 +348,7 @@ TEST(WebPreviewView, ScrollBurstReportsOnceAfterItPauses)
     harness.select("index.html");
     harness.update();
     ASSERT_TRUE(harness.waitForFinishedLoads(1));
-    ASSERT_TRUE(runMainLoopUntil([&] {
+    ASSERT_TRUE(waitUntil([&] {
         return evaluateInPage(harness.view.webView(), "return String(window.__quilloryScrollObserverInstalled === true);") == "true";
     }));
 
@@ -380,8 +380,8 @@ TEST(WebPreviewView, ScrollBurstReportsOnceAfterItPauses)
         harness.scrollReports = 0;
         auto [events, longestPause] = nlohmann::json::parse(harness.evaluate(burst)).get<std::pair<int, double>>();
         ASSERT_GT(events, 1);
-        ASSERT_TRUE(runMainLoopUntil([&] { return harness.scrollReports > 0; }));
-        runMainLoopFor(600ms);
+        ASSERT_TRUE(waitUntil([&] { return harness.scrollReports > 0; }));
+        waitFor(600ms);
         if (longestPause >= 80)
             continue;
         EXPECT_EQ(harness.scrollReports, 1) << events << " scroll events, longest pause " << longestPause << " ms";
@@ -398,17 +398,17 @@ TEST(WebPreviewView, ObserverInstalledTwiceInOneDocumentReportsOnce)
     harness.select("index.html");
     harness.update();
     ASSERT_TRUE(harness.waitForFinishedLoads(1));
-    ASSERT_TRUE(runMainLoopUntil([&] {
+    ASSERT_TRUE(waitUntil([&] {
         return evaluateInPage(harness.view.webView(), "return String(window.__quilloryScrollObserverInstalled === true);") == "true";
     }));
     // A second "finished" report for the same document, as the engine gives for a same-document
     // navigation, runs the install again; the page's own flag must keep it to one listener.
     g_signal_emit_by_name(harness.view.webView(), "load-changed", WEBKIT_LOAD_FINISHED);
-    runMainLoopFor(200ms);
+    waitFor(200ms);
 
     harness.evaluate("window.scrollBy(0, 300); return 'scrolled';");
-    ASSERT_TRUE(runMainLoopUntil([&] { return harness.scrollReports > 0; }));
-    runMainLoopFor(400ms);
+    ASSERT_TRUE(waitUntil([&] { return harness.scrollReports > 0; }));
+    waitFor(400ms);
     EXPECT_EQ(harness.scrollReports, 1);
 }
 

@@ -4,7 +4,7 @@
 
 namespace QuilloryTest {
 
-bool runMainLoopUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout)
 {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
@@ -16,10 +16,10 @@ bool runMainLoopUntil(const std::function<bool()>& condition, std::chrono::milli
     return true;
 }
 
-void runMainLoopFor(std::chrono::milliseconds duration)
+void waitFor(std::chrono::milliseconds duration)
 {
     auto deadline = std::chrono::steady_clock::now() + duration;
-    runMainLoopUntil([&] { return std::chrono::steady_clock::now() > deadline; }, duration + std::chrono::seconds(1));
+    waitUntil([&] { return std::chrono::steady_clock::now() > deadline; }, duration + std::chrono::seconds(1));
 }
 
 std::optional<std::string> evaluateInPage(WebKitWebView* webView, const std::string& body, std::string* error)
@@ -47,9 +47,9 @@ std::optional<std::string> evaluateInPage(WebKitWebView* webView, const std::str
             pending->done = true;
         },
         &evaluation);
-    if (!runMainLoopUntil([&] { return evaluation.done; })) {
+    if (!waitUntil([&] { return evaluation.done; })) {
         // The callback still refers to `evaluation`; wait for it rather than leave it dangling.
-        runMainLoopUntil([&] { return evaluation.done; }, std::chrono::minutes(5));
+        waitUntil([&] { return evaluation.done; }, std::chrono::minutes(5));
         if (error)
             *error = "timed out";
         return std::nullopt;
