@@ -18,9 +18,11 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     : m_store(store)
     , m_root(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_stack_new()))))
     , m_placeholder(std::make_unique<WorkspacePlaceholderView>(store))
-    , m_sourceEditor(std::make_unique<SourceEditorView>(store.editorText(), [&store](std::u16string text) {
-        store.setEditorText(std::move(text));
-        store.editorTextDidChange();
+    , m_sourceEditor(std::make_unique<SourceEditorView>(store.editorText(), [this](std::u16string text) {
+        m_store.setEditorText(std::move(text));
+        m_store.editorTextDidChange();
+        // The text's own notification came before the session took the change.
+        showEditState();
     }))
     , m_statusStrip(std::make_unique<StatusStripView>(store))
 {

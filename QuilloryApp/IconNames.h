@@ -5,7 +5,7 @@
 
 namespace Quillory::IconNames {
 
-// One of the design's system image names and the symbolic icon that stands for it.
+// A system image name ("folder", "doc.text", ...) and the symbolic icon that stands for it.
 struct IconMapping {
     std::string_view systemImageName;
     const char* iconName;

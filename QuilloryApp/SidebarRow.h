@@ -24,7 +24,7 @@ enum class SidebarRowKind {
 struct SidebarRow {
     SidebarRowKind kind;
     std::string title;
-    // The design's system image name ("folder", "doc.text", ...); empty for a section header.
+    // The system image name ("folder", "doc.text", ...) for IconNames; empty for a section header.
     std::string systemImageName;
     // The document that selecting the row opens. Rows without one can't be selected.
     std::optional<std::string> documentID;

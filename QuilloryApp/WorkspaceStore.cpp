@@ -142,9 +142,11 @@ void WorkspaceStore::openRecentWorkspace(const WorkspaceRecentProject& project)
     auto url = FilePaths::standardized(project.path);
     std::error_code error;
     if (!std::filesystem::exists(std::filesystem::symlink_status(url, error))) {
+        // The entry may live in the list that is about to be rewritten; keep its name first.
+        auto name = project.name;
         m_recentProjectsStore.removeProjects(url.string());
         m_recentProjects.set(m_recentProjectsStore.projects());
-        m_errorMessage.set(project.name + " no longer exists at " + url.string() + ".");
+        m_errorMessage.set(name + " no longer exists at " + url.string() + ".");
         return;
     }
     loadWorkspace(url);

@@ -72,7 +72,7 @@ TEST(ContentView, ShowsThePlaceholderUntilASiteIsOpen)
     EXPECT_TRUE(gtk_widget_get_mapped(content.editorPreview().sourceEditor().widget()));
     auto labels = mappedLabelTexts(content.widget());
     EXPECT_TRUE(contains(labels, "studio"));
-    EXPECT_TRUE(contains(labels, "7 pages"));
+    EXPECT_TRUE(contains(labels, "6 pages"));
     EXPECT_TRUE(contains(labels, "Northwind Studio"));
     EXPECT_TRUE(contains(labels, "At opened baseline"));
     EXPECT_EQ(content.editorPreview().sourceEditor().bufferText(), harness.store.editorText().get());
@@ -225,9 +225,17 @@ TEST(ContentView, OpenSitePanelOpensTheChosenFolder)
     EXPECT_EQ(gtk_file_chooser_get_action(GTK_FILE_CHOOSER(chooser)), GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER);
     EXPECT_NE(findLabel(chooser, "Open Site"), nullptr);
 
+    // The user goes into the site folder and confirms it.
     GFile* chosen = g_file_new_for_path(root.c_str());
-    ASSERT_TRUE(gtk_file_chooser_set_file(GTK_FILE_CHOOSER(chooser), chosen, nullptr));
+    ASSERT_TRUE(gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(chooser), chosen, nullptr));
     g_object_unref(chosen);
+    ASSERT_TRUE(runMainLoopUntil([&] {
+        GFile* current = gtk_file_chooser_get_file(GTK_FILE_CHOOSER(chooser));
+        bool isRoot = current && g_file_peek_path(current) == root.string();
+        if (current)
+            g_object_unref(current);
+        return isRoot;
+    }));
     gtk_dialog_response(GTK_DIALOG(chooser), GTK_RESPONSE_ACCEPT);
     ASSERT_TRUE(runMainLoopUntil([&] { return harness.store.siteMap().get().has_value(); }));
     EXPECT_EQ(harness.store.rootURL().get(), root);

@@ -135,7 +135,7 @@ TEST(SidebarView, SearchOfSpacesIsNoSearch)
 
     sidebar.setSearchText(" \t\n ");
     EXPECT_EQ(summaries(sidebar.displayedRows()), studioRows);
-    EXPECT_EQ(SidebarView::filteredDocuments(harness.store.editableDocuments().get(), "   ").size(), 7u);
+    EXPECT_EQ(SidebarView::filteredDocuments(harness.store.editableDocuments().get(), "   ").size(), 6u);
 }
 
 TEST(SidebarView, SearchShowsMatchingDocumentsFlatAndDropsFoldersWithoutPage)

@@ -13,6 +13,7 @@ TestWindow::TestWindow(GtkWidget* content, int width, int height)
     adw_window_set_content(ADW_WINDOW(m_window), content);
     gtk_window_present(GTK_WINDOW(m_window));
     runMainLoopUntil([this] { return gtk_widget_get_mapped(m_window) && gtk_widget_get_width(m_window) > 0; });
+    waitForFrame();
     drainMainLoop();
 }
 
@@ -22,8 +23,22 @@ TestWindow::~TestWindow()
     drainMainLoop();
 }
 
+void TestWindow::waitForFrame() const
+{
+    GdkFrameClock* clock = gtk_widget_get_frame_clock(m_window);
+    if (!clock)
+        return;
+    bool painted = false;
+    gulong handler = g_signal_connect_swapped(clock, "after-paint", G_CALLBACK(+[](bool* flag) { *flag = true; }), &painted);
+    gtk_widget_queue_draw(m_window);
+    runMainLoopUntil([&] { return painted; });
+    g_signal_handler_disconnect(clock, handler);
+}
+
 bool TestWindow::saveSnapshot(const std::filesystem::path& png) const
 {
+    // Lay out and draw what changed since the last frame first.
+    waitForFrame();
     int width = gtk_widget_get_width(m_window);
     int height = gtk_widget_get_height(m_window);
     GdkPaintable* paintable = gtk_widget_paintable_new(m_window);
