@@ -1,5 +1,7 @@
 #include "QuilloryApp/EditorPreviewView.h"
 
+#include "QuilloryApp/PreviewPane.h"
+#include "QuilloryApp/ProtectedHSplitView.h"
 #include "QuilloryApp/SourceEditorView.h"
 #include "QuilloryApp/StatusStripView.h"
 #include "QuilloryApp/WorkspacePlaceholderView.h"
@@ -25,13 +27,17 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
         showEditState();
     }))
     , m_statusStrip(std::make_unique<StatusStripView>(store))
+    , m_previewPane(std::make_unique<PreviewPane>())
 {
     GtkWidget* root = m_root.get();
     gtk_widget_set_hexpand(root, TRUE);
     gtk_widget_set_vexpand(root, TRUE);
 
     m_documentContent = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_box_append(GTK_BOX(m_documentContent), makeEditorPane());
+    // The editor leads and the rendering trails; neither can be dragged below its minimum.
+    m_split = std::make_unique<ProtectedHSplitView>(560, 660, 520, makeEditorPane(), m_previewPane->widget());
+    gtk_widget_set_vexpand(m_split->widget(), TRUE);
+    gtk_box_append(GTK_BOX(m_documentContent), m_split->widget());
     gtk_box_append(GTK_BOX(m_documentContent), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
     gtk_box_append(GTK_BOX(m_documentContent), m_statusStrip->widget());
     gtk_stack_add_named(GTK_STACK(root), m_documentContent, documentPageName);
@@ -39,15 +45,26 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
 
     showSelection();
     showEditState();
+    updatePreview();
     m_connections.observe(store.selectedPageID(), [this] {
         showSelection();
         showEditState();
+        updatePreview();
     });
     m_connections.observe(store.editableDocuments(), [this] { showSelection(); });
+    m_connections.observe(store.siteMap(), [this] { updatePreview(); });
     // The edit state changes with typing, with loads, and when an autosave completes, which
     // renews the reload token.
-    m_connections.observe(store.editorText(), [this] { showEditState(); });
-    m_connections.observe(store.previewReloadToken(), [this] { showEditState(); });
+    m_connections.observe(store.editorText(), [this] {
+        showEditState();
+        // Typing changes nothing the preview shows until it autosaves; only the empty state follows it.
+        if (m_store.editorText()->empty() != m_previewShowsEmptyPage)
+            updatePreview();
+    });
+    m_connections.observe(store.previewReloadToken(), [this] {
+        showEditState();
+        updatePreview();
+    });
 }
 
 EditorPreviewView::~EditorPreviewView()
@@ -84,6 +101,19 @@ void EditorPreviewView::showSelection()
 {
     bool hasDocument = m_store.selectedDocument().has_value();
     gtk_stack_set_visible_child_name(GTK_STACK(m_root.get()), hasDocument ? documentPageName : placeholderPageName);
+}
+
+void EditorPreviewView::updatePreview()
+{
+    m_previewShowsEmptyPage = m_store.editorText()->empty();
+    PreviewPane::Inputs inputs;
+    inputs.preview.previewTarget = m_store.previewTarget();
+    inputs.preview.siteMap = m_store.siteMap().get();
+    inputs.preview.currentDocumentID = m_store.selectedPageID().get();
+    inputs.preview.reloadToken = m_store.previewReloadToken().get();
+    inputs.preview.onNavigateToPage = [this](const std::string& pageID) { return m_store.requestSelectDocument(pageID); };
+    inputs.isPageEmpty = m_previewShowsEmptyPage;
+    m_previewPane->update(inputs);
 }
 
 void EditorPreviewView::showEditState()

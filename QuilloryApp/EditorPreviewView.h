@@ -9,6 +9,8 @@
 
 namespace Quillory {
 
+class PreviewPane;
+class ProtectedHSplitView;
 class SourceEditorView;
 class StatusStripView;
 class WorkspacePlaceholderView;
@@ -29,6 +31,7 @@ public:
     SourceEditorView& sourceEditor() const { return *m_sourceEditor; }
     StatusStripView& statusStrip() const { return *m_statusStrip; }
     WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
+    PreviewPane& previewPane() const { return *m_previewPane; }
     GtkLabel* editStateLabel() const { return m_editStateLabel; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
@@ -37,12 +40,16 @@ private:
     GtkWidget* makeEditorPane();
     void showSelection();
     void showEditState();
+    void updatePreview();
 
     WorkspaceStore& m_store;
     GRef<GtkWidget> m_root;
     std::unique_ptr<WorkspacePlaceholderView> m_placeholder;
     std::unique_ptr<SourceEditorView> m_sourceEditor;
     std::unique_ptr<StatusStripView> m_statusStrip;
+    std::unique_ptr<PreviewPane> m_previewPane;
+    std::unique_ptr<ProtectedHSplitView> m_split;
+    bool m_previewShowsEmptyPage { false };
     GtkWidget* m_documentContent { nullptr };
     GtkLabel* m_editStateLabel { nullptr };
     ViewConnections m_connections;

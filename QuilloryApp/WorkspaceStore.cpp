@@ -1,5 +1,7 @@
 #include "QuilloryApp/WorkspaceStore.h"
 
+#include "QuilloryApp/SitePreviewURL.h"
+
 #include "QuilloryCore/FilePaths.h"
 #include "QuilloryCore/PageUndoHistory.h"
 #include "QuilloryCore/QuilloryErrors.h"
@@ -456,6 +458,15 @@ std::optional<EditableDocument> WorkspaceStore::selectedDocument() const
     if (found == documents.end())
         return std::nullopt;
     return *found;
+}
+
+PreviewTarget WorkspaceStore::previewTarget() const
+{
+    std::optional<PreviewTarget::StaticPage> page;
+    if (auto selected = selectedPage())
+        page = PreviewTarget::StaticPage { selected->id, SitePreviewURL::url(*selected) };
+    // The frontend dev server joins here when frontend projects are detected and run.
+    return PreviewTarget::choose(std::nullopt, std::nullopt, page);
 }
 
 std::optional<SitePage> WorkspaceStore::selectedPage() const

@@ -6,6 +6,7 @@
 #include "QuilloryCore/EditableDocument.h"
 #include "QuilloryCore/PageEditSession.h"
 #include "QuilloryCore/PageUndoSnapshot.h"
+#include "QuilloryCore/PreviewTarget.h"
 #include "QuilloryCore/SiteGraphBuilder.h"
 #include "QuilloryCore/SiteGraphModels.h"
 #include "QuilloryCore/UUID.h"
@@ -87,6 +88,8 @@ public:
     std::optional<EditableDocument> selectedDocument() const;
     // Nothing for a source document.
     std::optional<SitePage> selectedPage() const;
+    // What the preview shows: the selected page through the private scheme, or why there is nothing.
+    PreviewTarget previewTarget() const;
     // Null when nothing is selected or the selection has no session; valid until the next operation.
     const PageEditSession* selectedEditSession() const;
     std::vector<EditableDocument> sourceDocuments() const;
