@@ -1,10 +1,12 @@
 #include "QuilloryCore/BrightloopSourceMapper.h"
 #include "QuilloryCore/UnicodeText.h"
+#include "support/BrightloopExpectations.h"
 
 #include <gtest/gtest.h>
 
 using namespace Quillory;
 namespace Mapper = Quillory::BrightloopSourceMapper;
+using QuilloryTest::expectCandidate;
 
 namespace {
 
@@ -44,23 +46,6 @@ std::vector<BrightloopCandidate> candidatesFor(const BrightloopDOMRecordFields& 
 {
     auto text = UnicodeText::utf16(source);
     return Mapper::candidates(BrightloopDOMRecord(fields), text, HTMLTagIndexer::index(text), "index.html", fence);
-}
-
-void expectCandidate(const BrightloopCandidate& candidate, BrightloopCandidateKind kind, const std::string& label, BrightloopConfidence confidence,
-                     std::optional<Utf16Range> range, const std::string& reason)
-{
-    EXPECT_EQ(rawValue(candidate.kind), rawValue(kind));
-    EXPECT_EQ(candidate.label, label);
-    EXPECT_EQ(rawValue(candidate.confidence), rawValue(confidence));
-    if (range) {
-        ASSERT_TRUE(candidate.sourceRange.has_value()) << candidate.reason;
-        EXPECT_EQ(candidate.sourceRange->pageRelativePath, "index.html");
-        EXPECT_EQ(candidate.sourceRange->utf16Start, range->location);
-        EXPECT_EQ(candidate.sourceRange->utf16Length, range->length);
-    } else {
-        EXPECT_FALSE(candidate.sourceRange.has_value()) << candidate.reason;
-    }
-    EXPECT_EQ(candidate.reason, reason);
 }
 
 const char* cardSource = "<style>.card::before { content: attr(data-x); }</style><div class=\"card\" data-x=\"Hi\"></div>";

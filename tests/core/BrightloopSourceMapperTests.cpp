@@ -2,6 +2,7 @@
 #include "QuilloryCore/RegularExpression.h"
 #include "QuilloryCore/StringHelpers.h"
 #include "QuilloryCore/UnicodeText.h"
+#include "support/BrightloopExpectations.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 
 using namespace Quillory;
 namespace Mapper = Quillory::BrightloopSourceMapper;
+using QuilloryTest::expectCandidate;
 
 namespace {
 
@@ -39,23 +41,6 @@ std::vector<BrightloopCandidate> candidatesFor(const BrightloopDOMRecordFields& 
 std::vector<IndexedTag> indexed(std::string_view source)
 {
     return HTMLTagIndexer::index(UnicodeText::utf16(source));
-}
-
-void expectCandidate(const BrightloopCandidate& candidate, BrightloopCandidateKind kind, const std::string& label, BrightloopConfidence confidence,
-                     std::optional<Utf16Range> range, const std::string& reason)
-{
-    EXPECT_EQ(rawValue(candidate.kind), rawValue(kind));
-    EXPECT_EQ(candidate.label, label);
-    EXPECT_EQ(rawValue(candidate.confidence), rawValue(confidence));
-    if (range) {
-        ASSERT_TRUE(candidate.sourceRange.has_value()) << candidate.reason;
-        EXPECT_EQ(candidate.sourceRange->pageRelativePath, "index.html");
-        EXPECT_EQ(candidate.sourceRange->utf16Start, range->location);
-        EXPECT_EQ(candidate.sourceRange->utf16Length, range->length);
-    } else {
-        EXPECT_FALSE(candidate.sourceRange.has_value()) << candidate.reason;
-    }
-    EXPECT_EQ(candidate.reason, reason);
 }
 
 std::vector<Utf16Range> fullRanges(const std::vector<IndexedTag>& tags)
