@@ -40,17 +40,6 @@ void setSearchText(ContentView& content, const char* text)
     ASSERT_TRUE(runMainLoopUntil([&] { return content.sidebar().searchText() == text; }));
 }
 
-// The window as the application builds it: real GLib timeouts and a worker thread.
-struct LiveWindowHarness {
-    TemporaryDirectory preferencesFolder;
-    Preferences preferences { preferencesFolder.path() / "quillory" / "settings.ini" };
-    WorkspaceRecentProjectsStore recentProjects { preferences };
-    AppSettingsStore settings { preferences };
-    QuilloryTheme theme { settings };
-    GLibScheduler scheduler;
-    WorkspaceStore store { recentProjects, scheduler };
-};
-
 }
 
 TEST(ContentView, ShowsThePlaceholderUntilASiteIsOpen)

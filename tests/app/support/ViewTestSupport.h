@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuilloryApp/AppSettingsStore.h"
+#include "QuilloryApp/GLibScheduler.h"
 #include "QuilloryApp/QuilloryTheme.h"
 #include "app/support/WorkspaceHarness.h"
 #include "support/TemporaryDirectory.h"
@@ -21,6 +22,17 @@ namespace QuilloryTest {
 struct ViewHarness : WorkspaceHarness {
     Quillory::AppSettingsStore settings { preferences };
     Quillory::QuilloryTheme theme { settings };
+};
+
+// The stores as the application builds them: real GLib timeouts and a worker thread.
+struct LiveWindowHarness {
+    TemporaryDirectory preferencesFolder;
+    Quillory::Preferences preferences { preferencesFolder.path() / "quillory" / "settings.ini" };
+    Quillory::WorkspaceRecentProjectsStore recentProjects { preferences };
+    Quillory::AppSettingsStore settings { preferences };
+    Quillory::QuilloryTheme theme { settings };
+    Quillory::GLibScheduler scheduler;
+    Quillory::WorkspaceStore store { recentProjects, scheduler };
 };
 
 // A real toplevel window showing `content`, presented and laid out; destroyed with the object.
