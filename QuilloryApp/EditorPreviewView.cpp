@@ -1,11 +1,14 @@
 #include "QuilloryApp/EditorPreviewView.h"
 
+#include "QuilloryApp/BrightloopStore.h"
+#include "QuilloryApp/PageInspectionStore.h"
 #include "QuilloryApp/PreviewPane.h"
 #include "QuilloryApp/ProtectedHSplitView.h"
 #include "QuilloryApp/SourceEditorView.h"
 #include "QuilloryApp/StatusStripView.h"
 #include "QuilloryApp/WorkspacePlaceholderView.h"
 #include "QuilloryApp/WorkspaceStore.h"
+#include "QuilloryCore/SourceEditorCommandRequest.h"
 
 namespace Quillory {
 
@@ -27,7 +30,7 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
         showEditState();
     }))
     , m_statusStrip(std::make_unique<StatusStripView>(store))
-    , m_previewPane(std::make_unique<PreviewPane>())
+    , m_previewPane(std::make_unique<PreviewPane>(store.brightloopStore()))
 {
     GtkWidget* root = m_root.get();
     gtk_widget_set_hexpand(root, TRUE);
@@ -65,6 +68,17 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
         showEditState();
         updatePreview();
     });
+
+    const BrightloopStore& brightloop = store.brightloopStore();
+    m_connections.observe(brightloop.modeEnabled(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.result(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.visibleAreaToken(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.previewDirective(), [this] { updatePreview(); });
+    const PageInspectionStore& inspection = store.pageInspectionStore();
+    m_connections.observe(inspection.snapshot(), [this] { updatePreview(); });
+    m_connections.observe(inspection.isLoading(), [this] { updatePreview(); });
+    m_connections.observe(inspection.errorMessage(), [this] { updatePreview(); });
+    m_connections.observe(inspection.requestToken(), [this] { updatePreview(); });
 }
 
 EditorPreviewView::~EditorPreviewView()
@@ -99,6 +113,8 @@ bool EditorPreviewView::isShowingDocument() const
 
 void EditorPreviewView::showSelection()
 {
+    // A command meant for the previous document must not reach the next one.
+    m_sourceEditor->setDocumentID(m_store.selectedPageID().get());
     bool hasDocument = m_store.selectedDocument().has_value();
     gtk_stack_set_visible_child_name(GTK_STACK(m_root.get()), hasDocument ? documentPageName : placeholderPageName);
 }
@@ -112,8 +128,49 @@ void EditorPreviewView::updatePreview()
     inputs.preview.currentDocumentID = m_store.selectedPageID().get();
     inputs.preview.reloadToken = m_store.previewReloadToken().get();
     inputs.preview.onNavigateToPage = [this](const std::string& pageID) { return m_store.requestSelectDocument(pageID); };
+    inputs.preview.onPreviewScrolled = [this] { m_store.brightloopStore().previewDidScroll(); };
+
+    const BrightloopStore& brightloop = m_store.brightloopStore();
+    inputs.preview.brightloopEnabled = brightloop.modeEnabled().get();
+    inputs.preview.brightloopVisibleAreaToken = brightloop.visibleAreaToken().get();
+    inputs.preview.brightloopPreviewDirective = brightloop.previewDirective().get();
+    inputs.preview.onBrightloopRecords = [this](std::vector<BrightloopDOMRecord> records, BrightloopRect fence) {
+        m_store.applyBrightloopRecords(records, fence);
+    };
+    inputs.brightloopResult = brightloop.result().get();
+    inputs.onToggleBrightloop = [this] { m_store.brightloopStore().toggleMode(); };
+    inputs.onRequestVisibleAreaFence = [this] { m_store.brightloopStore().requestVisibleAreaFence(); };
+    inputs.onSelectCandidate = [this](const BrightloopCandidate& candidate) { selectCandidate(candidate); };
+    inputs.onToggleCandidateHidden = [this](const BrightloopCandidate& candidate) { m_store.brightloopStore().toggleCandidateHidden(candidate); };
+    inputs.onHighlightCandidate = [this](const BrightloopCandidate& candidate) { m_store.brightloopStore().highlightCandidate(candidate); };
+
+    const PageInspectionStore& inspection = m_store.pageInspectionStore();
+    inputs.preview.pageInspectionRequestToken = inspection.requestToken().get();
+    inputs.preview.onPageInspectionSnapshot = [this](PageInspectionSnapshot snapshot) { m_store.applyPageInspectionSnapshot(std::move(snapshot)); };
+    inputs.preview.onPageInspectionError = [this](std::string message) { m_store.failPageInspectionSnapshot(std::move(message)); };
+    inputs.pageInspectionSnapshot = inspection.snapshot().get();
+    inputs.pageInspectionIsLoading = inspection.isLoading().get();
+    inputs.pageInspectionErrorMessage = inspection.errorMessage().get();
+    inputs.onRequestPageInspectionSnapshot = [this] { m_store.requestPageInspectionSnapshot(); };
+
     inputs.isPageEmpty = m_previewShowsEmptyPage;
     m_previewPane->update(inputs);
+}
+
+void EditorPreviewView::selectCandidate(const BrightloopCandidate& candidate)
+{
+    if (!candidate.sourceRange)
+        return;
+    auto document = m_store.selectedDocument();
+    if (!document)
+        return;
+    // The range goes to the selected document as it stands; the candidate's own path isn't compared.
+    const auto& range = *candidate.sourceRange;
+    m_sourceEditor->requestCommand(SourceEditorCommandRequest {
+        UUID::random(),
+        document->relativePath,
+        SourceEditorCommand::selectUTF16Range(static_cast<std::int64_t>(range.utf16Start), static_cast<std::int64_t>(range.utf16Length)),
+    });
 }
 
 void EditorPreviewView::showEditState()

@@ -9,6 +9,7 @@
 
 namespace Quillory {
 
+struct BrightloopCandidate;
 class PreviewPane;
 class ProtectedHSplitView;
 class SourceEditorView;
@@ -17,9 +18,10 @@ class WorkspacePlaceholderView;
 class WorkspaceStore;
 
 // The working surface for the selected document: the split content above the status strip, or
-// the placeholder while nothing is selected. The split content is, for now, the editor pane
-// alone: the source editor bound to the store's editorText and the edit-state line under it.
-// The preview pane joins it as the trailing side of a split.
+// the placeholder while nothing is selected. The split's leading side is the editor pane, the
+// source editor bound to the store's editorText with the edit-state line under it; its trailing
+// side is the preview pane. The view holds no logic: it shows the store and its feature stores and
+// fires their operations.
 class EditorPreviewView {
 public:
     explicit EditorPreviewView(WorkspaceStore&);
@@ -41,6 +43,8 @@ private:
     void showSelection();
     void showEditState();
     void updatePreview();
+    // Selects a candidate's source range in the editor; a candidate without one does nothing.
+    void selectCandidate(const BrightloopCandidate&);
 
     WorkspaceStore& m_store;
     GRef<GtkWidget> m_root;

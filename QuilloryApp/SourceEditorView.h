@@ -3,10 +3,15 @@
 #include "QuilloryApp/GRef.h"
 #include "QuilloryApp/ObservableProperty.h"
 #include "QuilloryApp/ViewConnections.h"
+#include "QuilloryCore/SourceEditorCommandRequest.h"
+#include "QuilloryCore/UUID.h"
+#include "QuilloryCore/Utf16Range.h"
 
 #include <gtksourceview/gtksource.h>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace Quillory {
@@ -35,7 +40,27 @@ public:
     // file back without its NUL characters.
     bool isShowingUneditableText() const { return m_isShowingUneditableText; }
 
+    // The document now shown; the host sets it on every change of selection. A new document
+    // forgets the last handled command, so a request meant for the old one is dropped, and puts
+    // the caret at the start.
+    void setDocumentID(std::optional<std::string> documentID);
+    // Carried out at once when it is meant for the document shown and is not the request carried
+    // out last; otherwise dropped.
+    void requestCommand(const SourceEditorCommandRequest&);
+    std::optional<UUID> lastHandledCommandID() const { return m_lastHandledCommandID; }
+    // The buffer's selection in UTF-16 code units of bufferText().
+    Utf16Range selectedUTF16Range() const;
+
 private:
+    void perform(const SourceEditorCommand&);
+    void jumpToLine(std::int64_t line);
+    void selectUTF16Range(std::int64_t location, std::int64_t length);
+    // Selects buffer characters, scrolls the caret into view and takes the keyboard focus.
+    void selectCharacters(int start, int end);
+    // Scrolls the caret into view once the layout can say where it is.
+    void scrollCaretIntoView();
+    void scheduleCaretScrollAfterLayout();
+    void cancelPendingCaretScroll();
     void showBoundText();
     void bufferDidChange();
     void applyStyleScheme();
@@ -49,6 +74,12 @@ private:
     // notification is taken for the other's.
     bool m_isSynchronizing { false };
     bool m_isShowingUneditableText { false };
+    std::optional<std::string> m_documentID;
+    std::optional<UUID> m_lastHandledCommandID;
+    // The frame callback that waits for a hidden view to be shown and the idle that then scrolls
+    // to the caret; 0 when none waits.
+    guint m_pendingCaretScrollTickID { 0 };
+    guint m_pendingCaretScrollIdleID { 0 };
     ViewConnections m_connections;
 };
 

@@ -1,5 +1,6 @@
 #include "QuilloryApp/WebPreviewView.h"
 
+#include "QuilloryApp/BrightloopPreviewContainerView.h"
 #include "QuilloryApp/ScriptMessageHandlerNames.h"
 #include "QuilloryApp/WebPreviewViewCoordinator.h"
 
@@ -37,6 +38,8 @@ WebPreviewView::WebPreviewView()
 
     m_coordinator->schemeHandler().attach(webView);
     registerScriptMessageHandlers();
+    m_container = std::make_unique<BrightloopPreviewContainerView>(GTK_WIDGET(webView));
+    m_coordinator->bind(*m_container, webView);
 
     g_signal_connect_swapped(webView, "decide-policy",
                              G_CALLBACK(+[](WebPreviewView* self, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
@@ -75,13 +78,22 @@ WebPreviewView::~WebPreviewView()
 
 GtkWidget* WebPreviewView::widget() const
 {
-    return GTK_WIDGET(m_webView.get());
+    return m_container->widget();
+}
+
+BrightloopOverlayView& WebPreviewView::overlay()
+{
+    return m_container->overlay();
 }
 
 void WebPreviewView::update(const Inputs& inputs)
 {
     m_coordinator->takeInputs(inputs);
     m_coordinator->reloadIfNeeded(m_webView.get(), inputs.previewTarget, inputs.reloadToken);
+    m_coordinator->updateOverlay(inputs.brightloopEnabled);
+    m_coordinator->handleVisibleAreaTokenIfChanged(inputs.brightloopVisibleAreaToken);
+    m_coordinator->handlePreviewDirectiveIfChanged(inputs.brightloopPreviewDirective);
+    m_coordinator->handlePageInspectionTokenIfChanged(inputs.pageInspectionRequestToken);
 }
 
 void WebPreviewView::registerScriptMessageHandlers()

@@ -2,6 +2,7 @@
 
 #include "QuilloryApp/SitePreviewURL.h"
 
+#include "QuilloryCore/BrightloopSourceMapper.h"
 #include "QuilloryCore/FilePaths.h"
 #include "QuilloryCore/PageUndoHistory.h"
 #include "QuilloryCore/QuilloryErrors.h"
@@ -11,9 +12,11 @@
 #include "QuilloryCore/UnifiedDiff.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <system_error>
+#include <variant>
 
 namespace Quillory {
 
@@ -97,7 +100,9 @@ void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
     m_errorMessage.set(std::nullopt);
     m_editSessions.clear();
     m_undoHistories.clear();
-    // The Git snapshot, the Brightloop result and the page inspection are reset here.
+    // The Git snapshot is reset here.
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
     m_selectedPageID.set(std::move(selection));
     loadSelectedPage();
     // The Git snapshot and status refreshes start here.
@@ -116,7 +121,9 @@ void WorkspaceStore::publishFailedWorkspace(const std::string& message)
     setEditorTextFromStore({});
     m_editSessions.clear();
     m_undoHistories.clear();
-    // The Git status, the Git snapshot, the Brightloop result and the page inspection are reset here.
+    // The Git status and the Git snapshot are reset here.
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
 }
 
 std::optional<std::string> WorkspaceStore::defaultSelectedDocumentID(const SiteMap& siteMap, const std::vector<EditableDocument>& documents,
@@ -274,7 +281,8 @@ bool WorkspaceStore::requestSelectDocument(const std::optional<std::string>& doc
     cancelAutosaveTask();
     if (!autosaveCurrentPageIfNeeded())
         return false;
-    // The Brightloop result and the page inspection are cleared here.
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
     m_selectedPageID.set(documentID);
     // The Git snapshot is reset here.
     loadSelectedPage();
@@ -288,7 +296,7 @@ void WorkspaceStore::refreshPreview()
     // A failed write shows its message and the preview reloads anyway, with what is on disk.
     autosaveCurrentPageIfNeeded();
     m_previewReloadToken.set(UUID::random());
-    // The page inspection is cleared here.
+    m_pageInspectionStore.clear();
 }
 
 // Edit sessions.
@@ -375,7 +383,7 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
         stored->second.lastAutosavedText = text;
         // The Git snapshot is published here.
         m_previewReloadToken.set(UUID::random());
-        // The page inspection is cleared here.
+        m_pageInspectionStore.clear();
         m_errorMessage.set(std::nullopt);
         // A quiet Git status refresh starts here, 0.15 seconds later.
     };
@@ -396,7 +404,7 @@ bool WorkspaceStore::autosaveCurrentPageIfNeeded()
     }
     session->markAutosaved();
     m_previewReloadToken.set(UUID::random());
-    // The page inspection is cleared here.
+    m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
     // The Git snapshot refresh and a quiet Git status refresh 0.15 seconds later start here.
     return true;
@@ -418,7 +426,7 @@ bool WorkspaceStore::undoSelectedPageChange(const std::optional<UUID>& snapshotI
     // A store write: it records no snapshot of its own.
     setEditorTextFromStore(std::move(result->restoredText));
     m_previewReloadToken.set(UUID::random());
-    // The page inspection is cleared here.
+    m_pageInspectionStore.clear();
     scheduleAutosave();
     return true;
 }
@@ -441,9 +449,78 @@ void WorkspaceStore::revertSelectedPageToOpenedBaseline()
     session->markAutosaved();
     setEditorTextFromStore(session->openedBaselineText);
     m_previewReloadToken.set(UUID::random());
-    // The page inspection is cleared here.
+    m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
     // The Git snapshot and a Git status refresh start here.
+}
+
+// Brightloop.
+
+void WorkspaceStore::applyBrightloopRecords(const std::vector<BrightloopDOMRecord>& records, const BrightloopRect& fence)
+{
+    auto document = selectedDocument();
+    if (!document)
+        return;
+    BrightloopSelection selection { document->relativePath, document->relativePath, fence };
+    // The mapper reads the text the user sees, saved or not.
+    auto result = std::holds_alternative<PreviewTarget::FrontendServer>(previewTarget().value)
+        ? generatedFrontendBrightloopResult(records, selection)
+        : BrightloopSourceMapper::map(records, m_editorText.get(), document->relativePath, selection);
+    // A new fence always clears the old effects.
+    m_brightloopStore.setPreviewDirective(BrightloopPreviewDirective::empty());
+    m_brightloopStore.setResult(std::move(result));
+    m_brightloopStore.setPendingFence(std::nullopt);
+}
+
+BrightloopResult WorkspaceStore::generatedFrontendBrightloopResult(const std::vector<BrightloopDOMRecord>& records, const BrightloopSelection& selection)
+{
+    auto isPresentAndNotBlank = [](const std::optional<std::string>& text) {
+        return text && !StringHelpers::trimmingWhitespaceAndNewlines(*text).empty();
+    };
+    std::vector<BrightloopCandidate> candidates;
+    candidates.reserve(records.size());
+    for (const auto& record : records) {
+        BrightloopCandidate candidate;
+        candidate.id = UUID::random();
+        candidate.kind = BrightloopCandidateKind::unknown;
+        if (isPresentAndNotBlank(record.renderedTextSnippet))
+            candidate.label = *record.renderedTextSnippet;
+        else if (isPresentAndNotBlank(record.textSnippet))
+            candidate.label = *record.textSnippet;
+        else
+            candidate.label = "<" + record.tagName + ">";
+        candidate.confidence = BrightloopConfidence::generatedOrExternal;
+        candidate.dom = record;
+        double overlap = BrightloopSourceMapper::overlapFraction(record.rect, selection.fence);
+        candidate.overlapFraction = std::isnan(overlap) ? 0 : std::clamp(overlap, 0.0, 1.0);
+        candidate.reason = "Rendered by the Vite React dev server; React source-map editing is not available in this slice.";
+        candidates.push_back(std::move(candidate));
+    }
+    return BrightloopResult(selection, std::move(candidates));
+}
+
+// Page snapshot.
+
+void WorkspaceStore::requestPageInspectionSnapshot()
+{
+    // The older snapshot stays shown while the new one is made.
+    m_pageInspectionStore.setIsLoading(true);
+    m_pageInspectionStore.setErrorMessage(std::nullopt);
+    m_pageInspectionStore.setRequestToken(UUID::random());
+}
+
+void WorkspaceStore::applyPageInspectionSnapshot(PageInspectionSnapshot snapshot)
+{
+    // Answers carry no token: a late one is applied even after a clear.
+    m_pageInspectionStore.setSnapshot(std::move(snapshot));
+    m_pageInspectionStore.setIsLoading(false);
+    m_pageInspectionStore.setErrorMessage(std::nullopt);
+}
+
+void WorkspaceStore::failPageInspectionSnapshot(std::string message)
+{
+    m_pageInspectionStore.setIsLoading(false);
+    m_pageInspectionStore.setErrorMessage(std::move(message));
 }
 
 // Derived values.

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "QuilloryApp/BrightloopStore.h"
 #include "QuilloryApp/ObservableProperty.h"
+#include "QuilloryApp/PageInspectionStore.h"
 #include "QuilloryApp/Scheduler.h"
 #include "QuilloryApp/WorkspaceRecentProjectsStore.h"
+#include "QuilloryCore/BrightloopModels.h"
 #include "QuilloryCore/EditableDocument.h"
 #include "QuilloryCore/PageEditSession.h"
+#include "QuilloryCore/PageInspectionSnapshot.h"
 #include "QuilloryCore/PageUndoSnapshot.h"
 #include "QuilloryCore/PreviewTarget.h"
 #include "QuilloryCore/SiteGraphBuilder.h"
@@ -56,6 +60,12 @@ public:
     const ObservableProperty<std::optional<std::string>>& errorMessage() const { return m_errorMessage; }
     const ObservableProperty<std::vector<WorkspaceRecentProject>>& recentProjects() const { return m_recentProjects; }
 
+    // The fence feature and the page snapshot, owned here so that workspace events can reset them.
+    BrightloopStore& brightloopStore() { return m_brightloopStore; }
+    const BrightloopStore& brightloopStore() const { return m_brightloopStore; }
+    PageInspectionStore& pageInspectionStore() { return m_pageInspectionStore; }
+    const PageInspectionStore& pageInspectionStore() const { return m_pageInspectionStore; }
+
     // The editor's side of the two-way binding: the editor writes the user's text here, then
     // calls editorTextDidChange().
     void setEditorText(std::u16string text);
@@ -83,6 +93,22 @@ public:
     // Jumps back to the newest snapshot, or the one with this id. False when nothing changed.
     bool undoSelectedPageChange(const std::optional<UUID>& snapshotID = std::nullopt);
     void revertSelectedPageToOpenedBaseline();
+
+    // Brightloop.
+    // Maps a fence's records against the editor's current (possibly unsaved) text, or makes
+    // generated candidates for a dev server page; the new result replaces the old one and clears
+    // the preview effects. Nothing when no document is selected.
+    void applyBrightloopRecords(const std::vector<BrightloopDOMRecord>& records, const BrightloopRect& fence);
+    // A dev server's output has no mapping to source: one generatedOrExternal candidate per record.
+    static BrightloopResult generatedFrontendBrightloopResult(const std::vector<BrightloopDOMRecord>& records,
+                                                              const BrightloopSelection& selection);
+
+    // Page snapshot.
+    // Asks the preview for a new snapshot; an older one stays shown meanwhile.
+    void requestPageInspectionSnapshot();
+    void applyPageInspectionSnapshot(PageInspectionSnapshot);
+    // The message reaches the panel as it stands; the previous snapshot stays.
+    void failPageInspectionSnapshot(std::string message);
 
     // Derived values.
     std::optional<EditableDocument> selectedDocument() const;
@@ -133,6 +159,8 @@ private:
     ObservableProperty<std::optional<std::string>> m_errorMessage;
     ObservableProperty<std::vector<WorkspaceRecentProject>> m_recentProjects;
 
+    BrightloopStore m_brightloopStore;
+    PageInspectionStore m_pageInspectionStore;
     std::map<std::string, PageEditSession> m_editSessions;
     std::map<std::string, std::vector<PageUndoSnapshot>> m_undoHistories;
     bool m_isLoadingEditorText { false };

@@ -11,6 +11,8 @@ packages=(
   libicu-dev nlohmann-json3-dev libsigc++-3.0-dev libtree-sitter-dev libcurl4-openssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth dbus-x11 fonts-dejavu-core
+  # The window tests move and press the pointer through the X server's test extension.
+  libxtst-dev
 )
 # Node.js and npm come with the machine on our CI image; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || packages+=(nodejs)

@@ -135,7 +135,7 @@ TEST(ContentViewPreview, EachAutosaveReloadsThePreviewWithTheNewText)
     EXPECT_EQ(preview.uri(), "quillory-site://local/index.html");
 }
 
-TEST(ContentViewPreview, ScreenCaptureShowsTheRenderedPage)
+TEST(ContentViewPreviewOnScreen, ScreenCaptureShowsTheRenderedPage)
 {
     PreviewWindow preview;
     ASSERT_TRUE(preview.waitForPage("quillory-site://local/index.html"));

@@ -13,18 +13,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A site with two pages, opened on "index.html".
-struct OpenSite : WorkspaceHarness {
-    TemporaryDirectory site;
-
-    OpenSite()
-    {
-        site.write("index.html", "<h1>Home</h1>\n");
-        site.write("blog/post.html", "<h1>Post</h1>\n");
-        store.loadWorkspace(site.path());
-    }
-};
-
 std::u16string lines(int count, bool finalLineEnd)
 {
     std::u16string text;

@@ -29,3 +29,16 @@ TEST(IconNames, EachSystemImageNameAppearsOnceAndMapsToASymbolicIcon)
     EXPECT_STREQ(IconNames::symbolic("arrow.clockwise"), "view-refresh-symbolic");
     EXPECT_STREQ(IconNames::symbolic("no.such.symbol"), "image-missing-symbolic");
 }
+
+TEST(IconNames, PreviewPaneAndCandidateRailImagesAreMapped)
+{
+    // The header actions, the rail, the rows' side buttons and the pop-out window's empty state.
+    for (const char* name : { "doc.viewfinder", "rectangle.dashed", "viewfinder", "rectangle.on.rectangle", "eye.slash", "eye", "viewfinder.circle" })
+        EXPECT_STRNE(IconNames::symbolic(name), "image-missing-symbolic") << name;
+    EXPECT_STREQ(IconNames::symbolic("eye.slash"), "view-conceal-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("eye"), "view-reveal-symbolic");
+    // Meanings without an Adwaita icon are bundled.
+    EXPECT_STREQ(IconNames::symbolic("tag"), "quillory-tag-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("number"), "quillory-number-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("square.dashed"), "quillory-square-dashed-symbolic");
+}

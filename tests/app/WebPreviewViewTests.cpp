@@ -1,13 +1,11 @@
 #include "QuilloryApp/WebPreviewView.h"
 
-#include "QuilloryApp/SitePreviewURL.h"
 #include "QuilloryApp/WebPreviewViewCoordinator.h"
-#include "QuilloryCore/SiteGraphBuilder.h"
+#include "app/support/LoopbackHTTPServer.h"
 #include "app/support/MainLoopWaiting.h"
-#include "support/TemporaryDirectory.h"
+#include "app/support/PreviewHarness.h"
 
 #include <gtest/gtest.h>
-#include <libsoup/soup.h>
 #include <nlohmann/json.hpp>
 #include <webkit/webkit.h>
 
@@ -17,99 +15,12 @@
 using namespace Quillory;
 using namespace std::chrono_literals;
 using QuilloryTest::evaluateInPage;
+using QuilloryTest::LoopbackHTTPServer;
+using QuilloryTest::PreviewHarness;
 using QuilloryTest::waitFor;
 using QuilloryTest::waitUntil;
-using QuilloryTest::TemporaryDirectory;
 
 namespace {
-
-// A real WebPreviewView in a real window, serving a real site folder through the real scheme.
-// The callbacks stand where the workspace store will: they record what they are asked and answer
-// as the test says.
-struct PreviewHarness {
-    TemporaryDirectory site;
-    std::optional<SiteMap> siteMap;
-    WebPreviewView view;
-    GtkWidget* window { gtk_window_new() };
-    WebPreviewView::Inputs inputs;
-
-    int loadsStarted { 0 };
-    int loadsFinished { 0 };
-    std::vector<std::string> askedPages;
-    bool storeAgrees { true };
-    // Run inside onNavigateToPage before it answers, as a window that updates from the store would.
-    std::function<void(const std::string&)> whileAsked;
-    int scrollReports { 0 };
-
-    PreviewHarness()
-    {
-        gtk_window_set_default_size(GTK_WINDOW(window), 900, 700);
-        gtk_window_set_child(GTK_WINDOW(window), view.widget());
-        gtk_window_present(GTK_WINDOW(window));
-        g_signal_connect_swapped(view.webView(), "load-changed", G_CALLBACK(+[](PreviewHarness* self, WebKitLoadEvent event) {
-                                     if (event == WEBKIT_LOAD_STARTED)
-                                         ++self->loadsStarted;
-                                     if (event == WEBKIT_LOAD_FINISHED)
-                                         ++self->loadsFinished;
-                                 }),
-                                 this);
-        inputs.reloadToken = UUID::random();
-        inputs.onNavigateToPage = [this](const std::string& pageID) {
-            askedPages.push_back(pageID);
-            if (whileAsked)
-                whileAsked(pageID);
-            return storeAgrees;
-        };
-        inputs.onPreviewScrolled = [this] { ++scrollReports; };
-    }
-
-    ~PreviewHarness()
-    {
-        g_signal_handlers_disconnect_by_data(view.webView(), this);
-        gtk_window_destroy(GTK_WINDOW(window));
-    }
-
-    void write(std::string_view relativePath, std::string_view bytes) { site.write(relativePath, bytes); }
-
-    void scan()
-    {
-        siteMap = SiteGraphBuilder().build(site.path());
-        inputs.siteMap = siteMap;
-    }
-
-    // Points the inputs at a page of the scanned site, as the store's target would.
-    void select(const std::string& pageID)
-    {
-        auto page = siteMap->page(pageID);
-        ASSERT_TRUE(page.has_value()) << pageID;
-        inputs.previewTarget = PreviewTarget::staticPage(page->id, SitePreviewURL::url(*page));
-        inputs.currentDocumentID = page->id;
-    }
-
-    void update() { view.update(inputs); }
-
-    bool waitForFinishedLoads(int count) { return waitUntil([&] { return loadsFinished >= count; }); }
-
-    std::string uri() const
-    {
-        const char* text = webkit_web_view_get_uri(view.webView());
-        return text ? text : "";
-    }
-
-    std::string evaluate(const std::string& body)
-    {
-        std::string error;
-        auto result = evaluateInPage(view.webView(), body, &error);
-        EXPECT_TRUE(result.has_value()) << body << ": " << error;
-        return result.value_or("");
-    }
-
-    // Leaves a mark in the current document: a reload or a navigation wipes it.
-    void markDocument() { evaluate("window.__testMark = 'kept'; return 'ok';"); }
-    std::string documentMark() { return evaluate("return String(window.__testMark);"); }
-
-    void click(const std::string& elementID) { evaluate("document.getElementById('" + elementID + "').click(); return 'clicked';"); }
-};
 
 constexpr const char* indexPage = R"(<!doctype html>
 <html><head><meta charset="utf-8"><title>Home</title></head>
@@ -412,46 +323,15 @@ TEST(WebPreviewView, ObserverInstalledTwiceInOneDocumentReportsOnce)
     EXPECT_EQ(harness.scrollReports, 1);
 }
 
-// A small HTTP server on the loopback address stands for an outside site; the machine has no
-// route to the internet, and the navigation is the same.
-struct LoopbackSite {
-    SoupServer* server { soup_server_new(nullptr, nullptr) };
-    std::string url;
-
-    LoopbackSite()
-    {
-        soup_server_add_handler(
-            server, nullptr,
-            +[](SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer) {
-                static constexpr const char body[] = "<!doctype html><title>Outside</title><p id=\"outside\">Outside the site</p>";
-                soup_server_message_set_status(message, 200, nullptr);
-                soup_server_message_set_response(message, "text/html", SOUP_MEMORY_STATIC, body, sizeof body - 1);
-            },
-            nullptr, nullptr);
-        GError* error = nullptr;
-        EXPECT_TRUE(soup_server_listen_local(server, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) << (error ? error->message : "");
-        g_clear_error(&error);
-        GSList* uris = soup_server_get_uris(server);
-        if (uris) {
-            char* text = g_uri_to_string(static_cast<GUri*>(uris->data));
-            url = text;
-            g_free(text);
-        }
-        g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
-    }
-    ~LoopbackSite()
-    {
-        soup_server_disconnect(server);
-        g_object_unref(server);
-    }
-};
-
 TEST(WebPreviewView, ExternalLinkNavigatesAwayWithoutAskingAndTheNextTokenComesBack)
 {
-    LoopbackSite outside;
-    ASSERT_FALSE(outside.url.empty());
+    // A server on the loopback address stands for an outside site; the machine has no route to
+    // the internet, and the navigation is the same.
+    LoopbackHTTPServer outside;
+    ASSERT_FALSE(outside.baseURL().empty());
+    outside.serve("/", "text/html", "<!doctype html><title>Outside</title><p id=\"outside\">Outside the site</p>");
     PreviewHarness harness;
-    harness.write("index.html", "<!doctype html><title>Home</title><a id=\"outside\" href=\"" + outside.url + "\">Outside</a>");
+    harness.write("index.html", "<!doctype html><title>Home</title><a id=\"outside\" href=\"" + outside.baseURL() + "\">Outside</a>");
     harness.scan();
     harness.select("index.html");
     harness.update();
@@ -460,7 +340,7 @@ TEST(WebPreviewView, ExternalLinkNavigatesAwayWithoutAskingAndTheNextTokenComesB
     harness.click("outside");
     ASSERT_TRUE(harness.waitForFinishedLoads(2));
     EXPECT_TRUE(harness.askedPages.empty());
-    EXPECT_EQ(harness.uri(), outside.url);
+    EXPECT_EQ(harness.uri(), outside.baseURL());
     EXPECT_EQ(harness.evaluate("return document.getElementById('outside').textContent;"), "Outside the site");
 
     harness.inputs.reloadToken = UUID::random();

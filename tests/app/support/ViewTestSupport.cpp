@@ -35,29 +35,6 @@ void TestWindow::waitForFrame() const
     g_signal_handler_disconnect(clock, handler);
 }
 
-bool TestWindow::saveSnapshot(const std::filesystem::path& png) const
-{
-    // Lay out and draw what changed since the last frame first.
-    waitForFrame();
-    int width = gtk_widget_get_width(m_window);
-    int height = gtk_widget_get_height(m_window);
-    GdkPaintable* paintable = gtk_widget_paintable_new(m_window);
-    GtkSnapshot* snapshot = gtk_snapshot_new();
-    gdk_paintable_snapshot(paintable, snapshot, width, height);
-    GskRenderNode* node = gtk_snapshot_free_to_node(snapshot);
-    g_object_unref(paintable);
-    if (!node)
-        return false;
-    graphene_rect_t bounds;
-    graphene_rect_init(&bounds, 0, 0, static_cast<float>(width), static_cast<float>(height));
-    GdkTexture* texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(m_window)), node, &bounds);
-    gsk_render_node_unref(node);
-    bool saved = texture && gdk_texture_save_to_png(texture, png.c_str());
-    if (texture)
-        g_object_unref(texture);
-    return saved;
-}
-
 void drainMainLoop()
 {
     while (g_main_context_pending(nullptr))

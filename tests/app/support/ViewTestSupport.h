@@ -46,8 +46,6 @@ public:
     GtkWidget* window() const { return m_window; }
     // Runs the main loop until the window has drawn one more frame.
     void waitForFrame() const;
-    // Renders the window as it stands to a PNG file; false when nothing could be rendered.
-    bool saveSnapshot(const std::filesystem::path& png) const;
 
 private:
     GtkWidget* m_window;
