@@ -168,7 +168,8 @@ TEST(ContentViewPreviewOnScreen, ScreenCaptureShowsTheRenderedPage)
     for (std::size_t y = top; y < bottom; ++y)
         area.insert(area.end(), pixels.begin() + static_cast<std::ptrdiff_t>(y * width + left), pixels.begin() + static_cast<std::ptrdiff_t>(y * width + right));
     std::sort(area.begin(), area.end());
-    EXPECT_GT(std::unique(area.begin(), area.end()) - area.begin(), 20);
+    auto distinctColours = std::unique(area.begin(), area.end()) - area.begin();
+    EXPECT_GT(distinctColours, 20) << "the web view's area of " << png << " looks blank";
 
     // scripts/snapshot-window.sh sets this to keep the picture in docs/.
     if (const char* keep = std::getenv("QUILLORY_PREVIEW_SNAPSHOT"))

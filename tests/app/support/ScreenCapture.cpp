@@ -1,5 +1,7 @@
 #include "app/support/ScreenCapture.h"
 
+#include "app/support/MainLoopWaiting.h"
+
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <gdk/x11/gdkx.h>
@@ -16,6 +18,11 @@ bool saveScreenCapture(GtkWidget* window, const std::filesystem::path& png)
         return false;
     Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
     Window xid = gdk_x11_surface_get_xid(surface);
+    // The server gives back what is on screen: put the window above any other client's first, and
+    // let it repaint what was covered.
+    XRaiseWindow(display, xid);
+    XSync(display, False);
+    waitFor(std::chrono::milliseconds(300));
     XWindowAttributes attributes;
     if (!XGetWindowAttributes(display, xid, &attributes) || attributes.width <= 0 || attributes.height <= 0)
         return false;

@@ -46,6 +46,18 @@ void XTestPointer::moveTo(double x, double y)
                           static_cast<int>(std::lround(inNative.y + surfaceY)), &screenX, &screenY, &child);
     XTestFakeMotionEvent(display, -1, screenX, screenY, CurrentTime);
     settle();
+
+    // Another client's window may have opened over ours (a desktop service starting up alongside
+    // the first test, say): bring ours to the top so that the press lands where it is meant to.
+    Window rootUnder = 0, topLevelUnder = 0;
+    int rootX = 0, rootY = 0, windowX = 0, windowY = 0;
+    unsigned int buttons = 0;
+    XQueryPointer(display, DefaultRootWindow(display), &rootUnder, &topLevelUnder, &rootX, &rootY, &windowX, &windowY, &buttons);
+    if (topLevelUnder != window) {
+        XRaiseWindow(display, window);
+        XTestFakeMotionEvent(display, -1, screenX, screenY, CurrentTime);
+        settle();
+    }
 }
 
 void XTestPointer::press()
