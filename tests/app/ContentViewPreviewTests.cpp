@@ -62,16 +62,6 @@ struct PreviewWindow {
         // A real click event on the anchor, so the engine asks the navigation policy as for the user.
         evaluate("document.querySelector('a[href=\"" + href + "\"]').click(); return 'clicked';");
     }
-    void typeAtEnd(const char* utf8)
-    {
-        GtkTextBuffer* buffer = GTK_TEXT_BUFFER(content.editorPreview().sourceEditor().buffer());
-        GtkTextIter end;
-        gtk_text_buffer_get_end_iter(buffer, &end);
-        gtk_text_buffer_place_cursor(buffer, &end);
-        gtk_text_buffer_begin_user_action(buffer);
-        gtk_text_buffer_insert_interactive_at_cursor(buffer, utf8, -1, TRUE);
-        gtk_text_buffer_end_user_action(buffer);
-    }
 };
 
 }
@@ -100,7 +90,7 @@ TEST(ContentViewPreview, LinkIsRefusedWhileTheCurrentPageCannotBeSaved)
 {
     PreviewWindow preview;
     ASSERT_TRUE(preview.waitForPage("quillory-site://local/index.html"));
-    preview.typeAtEnd("<!-- unsaved -->");
+    typeAtEnd(preview.content.editorPreview().sourceEditor(), "<!-- unsaved -->");
     // Running as root, permission bits don't stop a write: a folder in the file's place does.
     std::filesystem::remove(preview.root / "index.html");
     std::filesystem::create_directory(preview.root / "index.html");
@@ -123,13 +113,13 @@ TEST(ContentViewPreview, EachAutosaveReloadsThePreviewWithTheNewText)
     ASSERT_TRUE(preview.waitForPage("quillory-site://local/index.html"));
     int loadsBefore = preview.finishedLoads;
 
-    preview.typeAtEnd("<p id=\"typed\">First edit</p>");
+    typeAtEnd(preview.content.editorPreview().sourceEditor(), "<p id=\"typed\">First edit</p>");
     ASSERT_TRUE(waitUntil([&] { return preview.evaluate("return document.getElementById('typed')?.textContent ?? '';") == "First edit"; }));
     EXPECT_GT(preview.finishedLoads, loadsBefore);
     EXPECT_TRUE(readBytes(preview.root / "index.html").ends_with("<p id=\"typed\">First edit</p>"));
 
     int loadsAfterFirst = preview.finishedLoads;
-    preview.typeAtEnd("<p id=\"second\">Second edit</p>");
+    typeAtEnd(preview.content.editorPreview().sourceEditor(), "<p id=\"second\">Second edit</p>");
     ASSERT_TRUE(waitUntil([&] { return preview.evaluate("return document.getElementById('second')?.textContent ?? '';") == "Second edit"; }));
     EXPECT_GT(preview.finishedLoads, loadsAfterFirst);
     EXPECT_EQ(preview.uri(), "quillory-site://local/index.html");

@@ -19,17 +19,6 @@ using namespace QuilloryTest;
 
 namespace {
 
-void typeAtEnd(SourceEditorView& editor, const char* utf8)
-{
-    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(editor.buffer());
-    GtkTextIter end;
-    gtk_text_buffer_get_end_iter(buffer, &end);
-    gtk_text_buffer_place_cursor(buffer, &end);
-    gtk_text_buffer_begin_user_action(buffer);
-    gtk_text_buffer_insert_interactive_at_cursor(buffer, utf8, -1, TRUE);
-    gtk_text_buffer_end_user_action(buffer);
-}
-
 void setSearchText(ContentView& content, const char* text)
 {
     gtk_editable_set_text(GTK_EDITABLE(content.searchEntry()), text);

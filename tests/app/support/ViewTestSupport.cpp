@@ -35,6 +35,17 @@ void TestWindow::waitForFrame() const
     g_signal_handler_disconnect(clock, handler);
 }
 
+void typeAtEnd(Quillory::SourceEditorView& editor, const char* utf8)
+{
+    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(editor.buffer());
+    GtkTextIter end;
+    gtk_text_buffer_get_end_iter(buffer, &end);
+    gtk_text_buffer_place_cursor(buffer, &end);
+    gtk_text_buffer_begin_user_action(buffer);
+    gtk_text_buffer_insert_interactive_at_cursor(buffer, utf8, -1, TRUE);
+    gtk_text_buffer_end_user_action(buffer);
+}
+
 void drainMainLoop()
 {
     while (g_main_context_pending(nullptr))

@@ -3,6 +3,7 @@
 #include "QuilloryApp/AppSettingsStore.h"
 #include "QuilloryApp/GLibScheduler.h"
 #include "QuilloryApp/QuilloryTheme.h"
+#include "QuilloryApp/SourceEditorView.h"
 #include "app/support/WorkspaceHarness.h"
 #include "support/TemporaryDirectory.h"
 
@@ -50,6 +51,10 @@ public:
 private:
     GtkWidget* m_window;
 };
+
+// Types at the end of the editor's text as the user would: one interactive insertion, which the
+// editor reports as the user's edit.
+void typeAtEnd(Quillory::SourceEditorView&, const char* utf8);
 
 // Runs the main loop until nothing is pending.
 void drainMainLoop();
