@@ -7,7 +7,7 @@
 namespace Quillory {
 
 // Base of the typed errors that core operations throw. `what()` is the one line of text the
-// store shows the user (the design's "localized description").
+// store shows the user, also offered as localizedDescription().
 class QuilloryError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

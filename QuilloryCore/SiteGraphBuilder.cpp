@@ -1,7 +1,6 @@
 #include "QuilloryCore/SiteGraphBuilder.h"
 
 #include "QuilloryCore/FilePaths.h"
-#include "QuilloryCore/RegularExpression.h"
 #include "QuilloryCore/SiteFolderWalk.h"
 #include "QuilloryCore/SiteRouteResolver.h"
 #include "QuilloryCore/StringHelpers.h"
@@ -9,6 +8,10 @@
 #include "QuilloryCore/UnicodeText.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
 #include <unordered_set>
 
 namespace Quillory {
@@ -30,18 +33,85 @@ std::vector<std::string_view> nonEmptyComponents(std::string_view path, char sep
     return components;
 }
 
-// The text of capture group 1 of the first match, or nothing.
-std::optional<std::u16string_view> firstCapture(const std::optional<RegularExpression>& expression, std::u16string_view text)
+// The title rule's expressions, <h1\b[^>]*>(.*?)</h1> and <title\b[^>]*>(.*?)</title> (ICU,
+// case-insensitive, "." matching line ends), and <[^>]+> for the tags inside a capture, are matched
+// by hand below with exactly their results: compiling and running ICU's matchers was a large part
+// of a site scan.
+
+// Whether `text` holds `lowercaseLiteral` at `position`, ASCII letters in either case. No other
+// character folds to a letter of the literals used here.
+bool hasLiteral(std::u16string_view text, std::size_t position, std::u16string_view lowercaseLiteral)
 {
-    if (!expression)
+    if (text.size() - position < lowercaseLiteral.size())
+        return false;
+    for (std::size_t index = 0; index < lowercaseLiteral.size(); ++index) {
+        auto unit = text[position + index];
+        auto expected = lowercaseLiteral[index];
+        bool isLetter = expected >= u'a' && expected <= u'z';
+        if (unit != expected && !(isLetter && unit == expected - (u'a' - u'A')))
+            return false;
+    }
+    return true;
+}
+
+// ICU's \b behind a word character: the end of the text, or a character that is neither a word
+// character ([\p{Alphabetic}\p{M}\p{Nd}\p{Pc}\u200c\u200d]) nor a combining or format character,
+// in front of which ICU sees no boundary.
+bool isWordEnd(std::u16string_view text, std::size_t position)
+{
+    if (position == text.size())
+        return true;
+    UChar32 character;
+    U16_GET(text.data(), 0, position, text.size(), character);
+    if (character < 0x80)
+        return !((character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') || character == '_');
+    if (u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) || u_charType(character) == U_FORMAT_CHAR)
+        return false;
+    bool isWordCharacter = u_hasBinaryProperty(character, UCHAR_ALPHABETIC)
+        || (U_GET_GC_MASK(character) & (U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK)) || character == 0x200C || character == 0x200D;
+    return !isWordCharacter;
+}
+
+// The content of the first element `<name ...>content</name>`: the opening tag runs to its first
+// ">", the content to the first closing tag after it.
+std::optional<std::u16string_view> firstElementContent(std::u16string_view html, std::u16string_view openingName, std::u16string_view closingTag)
+{
+    for (auto start = html.find(u'<'); start != std::u16string_view::npos; start = html.find(u'<', start + 1)) {
+        auto nameEnd = start + 1 + openingName.size();
+        if (!hasLiteral(html, start + 1, openingName) || !isWordEnd(html, nameEnd))
+            continue;
+        // Without a ">" or a closing tag behind this start there is none behind a later one.
+        auto tagEnd = html.find(u'>', nameEnd);
+        if (tagEnd == std::u16string_view::npos)
+            return std::nullopt;
+        auto contentStart = tagEnd + 1;
+        for (auto close = html.find(u'<', contentStart); close != std::u16string_view::npos; close = html.find(u'<', close + 1)) {
+            if (hasLiteral(html, close, closingTag))
+                return html.substr(contentStart, close - contentStart);
+        }
         return std::nullopt;
-    auto match = expression->firstMatch(text);
-    if (!match)
-        return std::nullopt;
-    auto range = match->range(1);
-    if (!range)
-        return std::nullopt;
-    return text.substr(range->location, range->length);
+    }
+    return std::nullopt;
+}
+
+// The text with every "<", one or more characters other than ">", and ">" removed.
+std::u16string removingTags(std::u16string_view text)
+{
+    std::u16string result;
+    result.reserve(text.size());
+    std::size_t copiedUpTo = 0;
+    for (auto start = text.find(u'<'); start != std::u16string_view::npos; start = text.find(u'<', start + 1)) {
+        auto end = text.find(u'>', start + 1);
+        if (end == std::u16string_view::npos)
+            break;
+        if (end == start + 1)
+            continue;
+        result.append(text.substr(copiedUpTo, start - copiedUpTo));
+        copiedUpTo = end + 1;
+        start = end;
+    }
+    result.append(text.substr(copiedUpTo));
+    return result;
 }
 
 std::u16string replacingAmpersandEntities(std::u16string_view text)
@@ -78,6 +148,56 @@ std::string_view parentFolder(std::string_view relativePath)
     return slash == std::string_view::npos ? std::string_view() : relativePath.substr(0, slash);
 }
 
+bool isASCII(std::string_view bytes)
+{
+    // Eight bytes at a time: any byte with its high bit set ends it.
+    std::size_t index = 0;
+    for (; index + 8 <= bytes.size(); index += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes.data() + index, sizeof word);
+        if (word & 0x8080808080808080u)
+            return false;
+    }
+    for (; index < bytes.size(); ++index) {
+        if (static_cast<unsigned char>(bytes[index]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// ASCII bytes as UTF-16 code units. Blocks of sixteen go through local arrays, which the compiler
+// can widen a vector at a time, knowing that they don't overlap.
+std::u16string widened(std::string_view bytes)
+{
+    std::u16string text(bytes.size(), u'\0');
+    constexpr std::size_t blockSize = 16;
+    std::size_t index = 0;
+    for (; index + blockSize <= bytes.size(); index += blockSize) {
+        unsigned char narrow[blockSize];
+        char16_t wide[blockSize];
+        std::memcpy(narrow, bytes.data() + index, blockSize);
+        for (std::size_t offset = 0; offset < blockSize; ++offset)
+            wide[offset] = narrow[offset];
+        std::memcpy(text.data() + index, wide, sizeof wide);
+    }
+    for (; index < bytes.size(); ++index)
+        text[index] = static_cast<unsigned char>(bytes[index]);
+    return text;
+}
+
+// A page's text, as TextFile::readUTF8 gives it. Pages are nearly always ASCII, whose bytes are
+// its UTF-16 code units, so only other pages go through the strict converter; for one that isn't
+// UTF-8 the file reader is asked again, so that the build ends with its error.
+std::u16string pageText(const std::filesystem::path& url)
+{
+    auto bytes = TextFile::readBytes(url);
+    if (isASCII(bytes))
+        return widened(bytes);
+    if (auto text = UnicodeText::utf16FromUTF8(bytes))
+        return std::move(*text);
+    return TextFile::readUTF8(url);
+}
+
 bool isIndexPagePath(std::string_view relativePath)
 {
     return relativePath == "index.html" || relativePath == "index.htm" || StringHelpers::endsWith(relativePath, "/index.html")
@@ -90,29 +210,28 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL) const
 {
     auto root = FilePaths::standardized(rootURL);
 
+    // Discovery gives each path once, in plain string order, so the pages are sorted as they are
+    // made. Links name pages by id, which is the path alone, so the resolver can be made before
+    // any title is known, and each page is read once, for its title and its links together.
     std::vector<SitePage> pages;
     for (auto& relativePath : discoverHTMLPages(root)) {
         auto url = FilePaths::appending(root, relativePath);
-        auto text = TextFile::readUTF8(url);
-        auto title = pageTitle(text, relativePath);
-        pages.emplace_back(relativePath, std::move(url), std::move(title));
+        pages.emplace_back(std::move(relativePath), std::move(url), std::string());
     }
-    std::stable_sort(pages.begin(), pages.end(), [](auto& a, auto& b) { return a.relativePath < b.relativePath; });
 
     SiteRouteResolver resolver(root, pages);
     std::map<std::string, std::vector<std::string>> linksByPageID;
     for (auto& page : pages) {
-        // Read again rather than kept from the first pass, so a large site never holds every
-        // page's text at once.
-        auto text = TextFile::readUTF8(page.url);
+        auto text = pageText(page.url);
+        page.title = pageTitle(text, page.relativePath);
         std::vector<std::string> targets;
-        std::unordered_set<std::string> seen;
+        std::unordered_set<std::string_view> seen;
         for (auto& href : linkExtractor.hrefs(text)) {
-            auto target = resolver.resolve(href, page.relativePath).kind.pageID();
-            if (target && seen.insert(*target).second)
-                targets.push_back(*target);
+            auto target = resolver.page(href, page.relativePath);
+            if (target && seen.insert(target->id).second)
+                targets.push_back(target->id);
         }
-        linksByPageID.emplace(page.id, std::move(targets));
+        linksByPageID.emplace_hint(linksByPageID.end(), page.id, std::move(targets));
     }
 
     auto primaryTree = buildPrimaryTree(pages);
@@ -129,21 +248,14 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL) const
 
 std::string SiteGraphBuilder::pageTitle(std::u16string_view html, std::string_view relativePath)
 {
-    // Compiled once for the process; the results are those of compiling per page.
-    constexpr unsigned options = RegularExpression::Option::CaseInsensitive | RegularExpression::Option::DotMatchesLineSeparators;
-    static const auto heading = RegularExpression::make(u"<h1\\b[^>]*>(.*?)</h1>", options);
-    static const auto titleElement = RegularExpression::make(u"<title\\b[^>]*>(.*?)</title>", options);
-    static const auto tag = RegularExpression::make(u"<[^>]+>");
-
     // The first h1 wins over <title>, and an empty capture is kept rather than passed over.
-    auto capture = firstCapture(heading, html);
+    auto capture = firstElementContent(html, u"h1", u"</h1>");
     if (!capture)
-        capture = firstCapture(titleElement, html);
+        capture = firstElementContent(html, u"title", u"</title>");
     if (!capture)
         return titleFromPath(relativePath);
 
-    auto withoutTags = tag ? tag->replacingMatches(*capture, u"") : std::u16string(*capture);
-    auto decoded = replacingAmpersandEntities(withoutTags);
+    auto decoded = replacingAmpersandEntities(removingTags(*capture));
     return UnicodeText::utf8FromUTF16(StringHelpers::trimmingWhitespaceAndNewlines(decoded));
 }
 
@@ -204,11 +316,17 @@ PageTreeNode SiteGraphBuilder::buildPrimaryTree(const std::vector<SitePage>& pag
     return PageTreeNode(rootPage ? rootPage->title : "Site", rootPageID, std::move(children));
 }
 
-std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder, const std::vector<SitePage>& pages,
+std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder, std::span<const SitePage> pages,
                                                        const PageByPath& pageByPath, const std::optional<std::string>& excluding)
 {
     std::vector<PageTreeNode> nodes;
     for (auto& childFolder : immediateChildFolders(folder, pages)) {
+        auto childPrefix = childFolder + "/";
+        auto below = std::lower_bound(pages.begin(), pages.end(), childPrefix,
+                                      [](const SitePage& page, const std::string& prefix) { return page.relativePath < prefix; });
+        auto beyond = std::partition_point(below, pages.end(),
+                                           [&](const SitePage& page) { return StringHelpers::startsWith(page.relativePath, childPrefix); });
+
         const SitePage* indexPage = nullptr;
         if (auto index = pageByPath.find(childFolder + "/index.html"); index != pageByPath.end())
             indexPage = index->second;
@@ -218,7 +336,7 @@ std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder
         std::optional<std::string> indexPageID;
         if (indexPage)
             indexPageID = indexPage->id;
-        auto children = childNodes(childFolder, pages, pageByPath, indexPageID);
+        auto children = childNodes(childFolder, std::span<const SitePage>(below, beyond), pageByPath, indexPageID);
         nodes.emplace_back(indexPage ? indexPage->title : titleFromPath(childFolder), indexPageID, std::move(children));
     }
 
@@ -240,7 +358,7 @@ std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder
     return nodes;
 }
 
-std::vector<std::string> SiteGraphBuilder::immediateChildFolders(const std::string& folder, const std::vector<SitePage>& pages)
+std::vector<std::string> SiteGraphBuilder::immediateChildFolders(const std::string& folder, std::span<const SitePage> pages)
 {
     auto prefix = folder.empty() ? std::string() : folder + "/";
     std::vector<std::string> folders;

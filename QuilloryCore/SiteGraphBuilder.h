@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -35,9 +36,11 @@ private:
 
     static std::vector<std::string> discoverHTMLPages(const std::filesystem::path& root);
     static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages);
-    static std::vector<PageTreeNode> childNodes(const std::string& folder, const std::vector<SitePage>& pages,
+    // `pages` holds, in path order, at least every page below `folder`: pages that share a path
+    // prefix lie side by side in path order, so each folder looks only at its own.
+    static std::vector<PageTreeNode> childNodes(const std::string& folder, std::span<const SitePage> pages,
                                                 const PageByPath& pageByPath, const std::optional<std::string>& excluding);
-    static std::vector<std::string> immediateChildFolders(const std::string& folder, const std::vector<SitePage>& pages);
+    static std::vector<std::string> immediateChildFolders(const std::string& folder, std::span<const SitePage> pages);
 
     HTMLLinkExtractor linkExtractor;
 };

@@ -3,8 +3,10 @@
 #include "QuilloryCore/FilePaths.h"
 #include "QuilloryCore/StringHelpers.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <system_error>
 
 namespace Quillory {
@@ -54,6 +56,26 @@ std::string joined(const std::vector<std::string_view>& components, std::size_t 
         path.append(components[index]);
     }
     return path;
+}
+
+// Whether splitting at "/" gives an empty piece: a leading, trailing or doubled "/".
+bool hasEmptyComponent(std::string_view path)
+{
+    return path.empty() || path.front() == '/' || path.back() == '/' || path.find("//") != std::string_view::npos;
+}
+
+bool hasEmptyOrDotComponent(std::string_view path)
+{
+    if (hasEmptyComponent(path))
+        return true;
+    for (std::size_t start = 0; start <= path.size();) {
+        auto slash = std::min(path.find('/', start), path.size());
+        auto component = path.substr(start, slash - start);
+        if (component == "." || component == "..")
+            return true;
+        start = slash + 1;
+    }
+    return false;
 }
 
 bool isSchemeCharacter(char character, bool first)
@@ -109,6 +131,51 @@ SiteRouteResolver::SiteRouteResolver(const std::filesystem::path& rootURL, const
     m_pageByPath = std::move(pageByPath);
 }
 
+SiteRouteResolver::SitePath SiteRouteResolver::sitePath(std::string_view requestPath, std::optional<std::string_view> from)
+{
+    using Kind = ResolvedSiteResource::Kind;
+    if (requestPath.empty() || StringHelpers::startsWith(requestPath, "#"))
+        return { Kind::ignored(), {} };
+    if (StringHelpers::startsWith(requestPath, "//"))
+        return { Kind::external(), {} };
+    for (std::string_view scheme : { "http:", "https:", "mailto:", "tel:" }) {
+        if (startsWithIgnoringASCIICase(requestPath, scheme))
+            return { Kind::external(), {} };
+    }
+    for (std::string_view scheme : { "javascript:", "data:" }) {
+        if (startsWithIgnoringASCIICase(requestPath, scheme))
+            return { Kind::ignored(), {} };
+    }
+
+    auto text = requestPath;
+    text = text.substr(0, text.find('#'));
+    text = text.substr(0, text.find('?'));
+    if (text.empty())
+        return { Kind::ignored(), {} };
+
+    std::string path;
+    path.reserve(text.size() + (from ? from->size() : 0) + 1);
+    if (text.front() == '/') {
+        auto firstNonSlash = text.find_first_not_of('/');
+        if (firstNonSlash != std::string_view::npos)
+            path = text.substr(firstNonSlash);
+    } else {
+        appendParentPath(from.value_or(std::string_view()), path);
+        if (!path.empty())
+            path.push_back('/');
+        path.append(text);
+    }
+
+    // A stray "%" in a file name is no reason to fail: the text then goes on undecoded. Without
+    // any "%" decoding gives the text back or fails, so either way it stays as it is.
+    if (path.find('%') != std::string::npos)
+        path = StringHelpers::removingPercentEncoding(path).value_or(path);
+    auto normalized = normalizeRelativePath(std::move(path));
+    if (normalized.empty())
+        normalized = "index.html";
+    return { std::nullopt, std::move(normalized) };
+}
+
 ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std::optional<std::string_view> from) const
 {
     using Kind = ResolvedSiteResource::Kind;
@@ -118,51 +185,34 @@ ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std:
         return ResolvedSiteResource { std::move(kind), requestPath, std::move(relativePath), std::move(fileURL) };
     };
 
-    if (requestPath.empty() || StringHelpers::startsWith(requestPath, "#"))
-        return answer(Kind::ignored());
-    if (StringHelpers::startsWith(requestPath, "//"))
-        return answer(Kind::external());
-    for (std::string_view scheme : { "http:", "https:", "mailto:", "tel:" }) {
-        if (startsWithIgnoringASCIICase(requestPath, scheme))
-            return answer(Kind::external());
-    }
-    for (std::string_view scheme : { "javascript:", "data:" }) {
-        if (startsWithIgnoringASCIICase(requestPath, scheme))
-            return answer(Kind::ignored());
-    }
-
-    std::string_view text = requestPath;
-    text = text.substr(0, text.find('#'));
-    text = text.substr(0, text.find('?'));
-    if (text.empty())
-        return answer(Kind::ignored());
-
-    std::string path;
-    if (text.front() == '/') {
-        auto firstNonSlash = text.find_first_not_of('/');
-        path = firstNonSlash == std::string_view::npos ? std::string() : std::string(text.substr(firstNonSlash));
-    } else {
-        auto parent = parentPath(from.value_or(std::string_view()));
-        path = parent.empty() ? std::string(text) : parent + "/" + std::string(text);
-    }
-
-    // A stray "%" in a file name is no reason to fail: the text then goes on undecoded. Without
-    // any "%" decoding gives the text back or fails, so either way it stays as it is.
-    if (path.find('%') != std::string::npos)
-        path = StringHelpers::removingPercentEncoding(path).value_or(path);
-    auto normalized = normalizeRelativePath(path);
-    if (normalized.empty())
-        normalized = "index.html";
-
-    for (auto& candidate : pageCandidatePaths(normalized)) {
-        if (auto page = m_pageByPath->find(candidate); page != m_pageByPath->end())
-            return answer(Kind::localPage(page->second.id), page->second.relativePath, page->second.url);
-    }
+    auto [settledKind, normalized] = sitePath(requestPath, from);
+    if (settledKind)
+        return answer(std::move(*settledKind));
+    if (auto page = firstCandidatePage(normalized))
+        return answer(Kind::localPage(page->id), page->relativePath, page->url);
 
     auto fileURL = FilePaths::standardized(FilePaths::appending(m_rootURL, normalized));
     if (isRegularFile(fileURL))
         return answer(Kind::localAsset(), normalized, fileURL);
     return answer(Kind::missingLocalRoute(), normalized);
+}
+
+const SitePage* SiteRouteResolver::page(std::string_view reference, std::optional<std::string_view> from) const
+{
+    // A reference that begins and ends with ASCII other than white space is trimmed already, and
+    // is taken without a copy.
+    auto isTrimmedEnd = [](char character) {
+        auto byte = static_cast<unsigned char>(character);
+        return byte < 0x80 && !StringHelpers::isWhitespaceOrNewline(byte);
+    };
+    std::string trimmed;
+    auto requestPath = reference;
+    if (reference.empty() || !isTrimmedEnd(reference.front()) || !isTrimmedEnd(reference.back())) {
+        trimmed = StringHelpers::trimmingWhitespaceAndNewlines(reference);
+        requestPath = trimmed;
+    }
+    auto site = sitePath(requestPath, from);
+    return site.settledKind ? nullptr : firstCandidatePage(site.normalizedPath);
 }
 
 ResolvedSiteResource SiteRouteResolver::resolveURL(std::string_view url, std::optional<std::string_view> from) const
@@ -186,8 +236,11 @@ ResolvedSiteResource SiteRouteResolver::resolveURL(std::string_view url, std::op
     return resolve(path, from);
 }
 
-std::string SiteRouteResolver::normalizeRelativePath(std::string_view path)
+std::string SiteRouteResolver::normalizeRelativePath(std::string path)
 {
+    // Most paths are already normal; they come back as they are without being taken apart.
+    if (!hasEmptyOrDotComponent(path))
+        return path;
     // Dropping ".." at the top is what keeps any reference inside the site's folder.
     std::vector<std::string_view> kept;
     for (auto component : nonEmptyComponents(path)) {
@@ -203,24 +256,46 @@ std::string SiteRouteResolver::normalizeRelativePath(std::string_view path)
     return joined(kept, kept.size());
 }
 
-std::string SiteRouteResolver::parentPath(std::string_view path)
+void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
 {
+    if (!hasEmptyComponent(path)) {
+        auto slash = path.rfind('/');
+        if (slash != std::string_view::npos)
+            to.append(path.substr(0, slash));
+        return;
+    }
     auto components = nonEmptyComponents(path);
-    if (components.size() < 2)
-        return {};
-    return joined(components, components.size() - 1);
+    if (components.size() >= 2)
+        to.append(joined(components, components.size() - 1));
 }
 
-std::vector<std::string> SiteRouteResolver::pageCandidatePaths(const std::string& path)
+const SitePage* SiteRouteResolver::firstCandidatePage(const std::string& path) const
 {
+    auto pageAt = [&](std::string_view candidate) -> const SitePage* {
+        auto found = m_pageByPath->find(candidate);
+        return found == m_pageByPath->end() ? nullptr : &found->second;
+    };
+    auto firstWithSuffix = [&](std::initializer_list<std::string_view> suffixes) -> const SitePage* {
+        std::string candidate;
+        candidate.reserve(path.size() + 11);
+        for (auto suffix : suffixes) {
+            candidate.assign(path).append(suffix);
+            if (auto page = pageAt(candidate))
+                return page;
+        }
+        return nullptr;
+    };
+
     if (path.empty())
-        return {};
+        return nullptr;
     // Normalised paths never end in "/"; the row stays so the lookup is complete for any path.
     if (path.back() == '/')
-        return { path + "index.html", path + "index.htm" };
+        return firstWithSuffix({ "index.html", "index.htm" });
+    if (auto page = pageAt(path))
+        return page;
     if (!FilePaths::pathExtension(path).empty())
-        return { path };
-    return { path, path + ".html", path + ".htm", path + "/index.html", path + "/index.htm" };
+        return nullptr;
+    return firstWithSuffix({ ".html", ".htm", "/index.html", "/index.htm" });
 }
 
 bool SiteRouteResolver::isRegularFile(const std::filesystem::path& url) const

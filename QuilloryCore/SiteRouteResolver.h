@@ -3,6 +3,7 @@
 #include "QuilloryCore/SiteGraphModels.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -77,6 +78,11 @@ public:
     // page's relativePath). A reference starting with "/" is relative to the root.
     ResolvedSiteResource resolve(std::string_view reference, std::optional<std::string_view> from = std::nullopt) const;
 
+    // The page that resolve(reference, from) answers with as localPage, or null for every other
+    // kind; without the rest of the answer and without the file-system query that only a
+    // reference that is no page needs. The page lives as long as this resolver.
+    const SitePage* page(std::string_view reference, std::optional<std::string_view> from = std::nullopt) const;
+
     // Resolves a URL: for the scheme quillory-site (any case, any host) its percent-decoded path,
     // "/" when empty; for any other URL its text as it stands.
     ResolvedSiteResource resolveURL(std::string_view url, std::optional<std::string_view> from = std::nullopt) const;
@@ -84,11 +90,27 @@ public:
     const std::filesystem::path& rootURL() const { return m_rootURL; }
 
 private:
-    using PageByPath = std::unordered_map<std::string, SitePage>;
+    // Looked up by string views, so that a candidate path is probed without a copy.
+    struct PathHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view path) const { return std::hash<std::string_view>()(path); }
+    };
+    using PageByPath = std::unordered_map<std::string, SitePage, PathHash, std::equal_to<>>;
 
-    static std::string normalizeRelativePath(std::string_view path);
-    static std::string parentPath(std::string_view path);
-    static std::vector<std::string> pageCandidatePaths(const std::string& path);
+    // A reference that resolves to a path inside the site, or the kind that ends resolution
+    // before there is one (ignored, external).
+    struct SitePath {
+        std::optional<ResolvedSiteResource::Kind> settledKind;
+        std::string normalizedPath;
+    };
+    static SitePath sitePath(std::string_view requestPath, std::optional<std::string_view> from);
+
+    static std::string normalizeRelativePath(std::string path);
+    // Appends the parent of a "/"-separated path: all its non-empty components but the last,
+    // joined with "/"; nothing when it has fewer than two.
+    static void appendParentPath(std::string_view path, std::string& to);
+    // The first page among the candidate paths for a normalised path, in candidate order.
+    const SitePage* firstCandidatePage(const std::string& path) const;
     bool isRegularFile(const std::filesystem::path& url) const;
 
     std::filesystem::path m_rootURL;

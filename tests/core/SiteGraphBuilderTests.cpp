@@ -1,10 +1,17 @@
 #include "QuilloryCore/SiteGraphBuilder.h"
 
 #include "QuilloryCore/QuilloryErrors.h"
+#include "QuilloryCore/RegularExpression.h"
+#include "QuilloryCore/StringHelpers.h"
+#include "QuilloryCore/UnicodeText.h"
 #include "QuilloryCore/SiteRouteResolver.h"
+#include "QuilloryCore/HTMLLinkExtractor.h"
 #include "support/TemporaryDirectory.h"
 
+#include "QuilloryCore/TextFile.h"
+
 #include <gtest/gtest.h>
+#include <random>
 #include <unistd.h>
 
 using namespace Quillory;
@@ -513,6 +520,169 @@ TEST(SitePage, IDIsTheRelativePath)
     EXPECT_EQ(page.id, "docs/guide/index.html");
     EXPECT_EQ(page.relativePath, "docs/guide/index.html");
     EXPECT_EQ(page.title, "");
+}
+
+TEST(SiteGraphBuilder, FoldersWhoseNamesShareAPrefixKeepTheirOwnPages)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", page("Home"));
+    folder.write("a/index.html", page("A"));
+    folder.write("a/x.html", page("A X"));
+    folder.write("a-b/y.html", page("AB Y"));
+    folder.write("a.html", page("A Page"));
+    folder.write("a/b/z.html", page("A B Z"));
+    folder.write("ab/w.html", page("AB W"));
+    EXPECT_EQ(outline(scan(folder).primaryTree),
+              "index.html | index.html | Home\n"
+              "  a/index.html | a/index.html | A\n"
+              "    a/x.html | a/x.html | A X\n"
+              "    virtual:B | - | B\n"
+              "      a/b/z.html | a/b/z.html | A B Z\n"
+              "  virtual:A B | - | A B\n"
+              "    a-b/y.html | a-b/y.html | AB Y\n"
+              "  a.html | a.html | A Page\n"
+              "  virtual:Ab | - | Ab\n"
+              "    ab/w.html | ab/w.html | AB W\n");
+}
+
+TEST(SiteGraphBuilder, NonASCIIPageKeepsItsTitleAndLinks)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", "\xEF\xBB\xBF<h1>Caf\xC3\xA9 \xF0\x9F\x98\x80</h1><a href=\"caf\xC3\xA9.html\">x</a><a href='docs/'>d</a>");
+    folder.write("caf\xC3\xA9.html", page("Menu"));
+    folder.write("docs/index.html", page("Docs"));
+    auto map = scan(folder);
+    EXPECT_EQ(map.page("index.html")->title, "Caf\xC3\xA9 \xF0\x9F\x98\x80");
+    EXPECT_EQ(map.linksByPageID.at("index.html"), (std::vector<std::string> { "caf\xC3\xA9.html", "docs/index.html" }));
+}
+
+// The stored links are those that resolving every href of every page with the full resolver gives.
+TEST(SiteGraphBuilder, LinksAreWhatResolvingEveryHrefGives)
+{
+    TemporaryDirectory folder;
+    const std::vector<std::string> paths = { "index.html", "about.html", "blog/index.html", "blog/post.html", "blog/2024/a b.html",
+                                             "docs/index.htm", "docs/guide.html", "docs/v1.2/index.html", "docs/deep/x/y.html", "100%.html" };
+    const std::vector<std::string> hrefs = { "about.html", "/about", "../about", "blog/", "/blog", "post.html", "../blog/post", "2024/a%20b.html",
+                                             "/blog/2024/a b", "guide", "../docs/guide.html?x=1#top", "/docs/", "v1.2/", "/docs/v1.2",
+                                             "x/y", "deep/x/y.html", "../../../../index.html", "./", ".", "..", "/", "#top", "?q",
+                                             "https://example.org/", "mailto:a@b", "javascript:void(0)", "/100%.html", "100%25.html",
+                                             "missing.html", "/img/logo.png", "//cdn/x", " about.html ", "ABOUT.HTML", "%zz", "blog//post.html" };
+    std::mt19937 random(5);
+    std::uniform_int_distribution<std::size_t> pick(0, hrefs.size() - 1);
+    for (auto& path : paths) {
+        std::string text = "<h1>" + path + "</h1>";
+        for (int link = 0; link < 12; ++link)
+            text += "<a href=\"" + hrefs[pick(random)] + "\">l</a>";
+        folder.write(path, text);
+    }
+    folder.write("img/logo.png", "png");
+
+    auto map = scan(folder);
+    auto resolver = map.routeResolver();
+    ASSERT_EQ(map.pages.size(), paths.size());
+    for (auto& sitePage : map.pages) {
+        std::vector<std::string> expected;
+        for (auto& href : HTMLLinkExtractor().hrefs(TextFile::readUTF8(sitePage.url))) {
+            auto target = resolver.resolve(href, sitePage.relativePath).kind.pageID();
+            if (target && std::find(expected.begin(), expected.end(), *target) == expected.end())
+                expected.push_back(*target);
+        }
+        EXPECT_EQ(map.linksByPageID.at(sitePage.id), expected) << sitePage.id;
+    }
+}
+
+// The title rule as ICU expressions, the way the builder once ran it; pageTitle's hand-written
+// matching must give exactly its results.
+std::string expressionTitle(std::u16string_view html, std::string_view relativePath)
+{
+    constexpr unsigned options = RegularExpression::Option::CaseInsensitive | RegularExpression::Option::DotMatchesLineSeparators;
+    static const auto heading = RegularExpression::make(u"<h1\\b[^>]*>(.*?)</h1>", options);
+    static const auto titleElement = RegularExpression::make(u"<title\\b[^>]*>(.*?)</title>", options);
+    static const auto tag = RegularExpression::make(u"<[^>]+>");
+    auto capture = [&](const std::optional<RegularExpression>& expression) -> std::optional<std::u16string_view> {
+        auto match = expression->firstMatch(html);
+        if (!match || !match->range(1))
+            return std::nullopt;
+        return html.substr(match->range(1)->location, match->range(1)->length);
+    };
+    auto content = capture(heading);
+    if (!content)
+        content = capture(titleElement);
+    if (!content)
+        return SiteGraphBuilder::titleFromPath(relativePath);
+    auto withoutTags = tag->replacingMatches(*content, u"");
+    std::u16string decoded;
+    for (std::size_t index = 0; index < withoutTags.size(); ++index) {
+        if (withoutTags.compare(index, 5, u"&amp;") == 0) {
+            decoded.push_back(u'&');
+            index += 4;
+        } else {
+            decoded.push_back(withoutTags[index]);
+        }
+    }
+    return UnicodeText::utf8FromUTF16(StringHelpers::trimmingWhitespaceAndNewlines(decoded));
+}
+
+void expectTitleAsExpression(std::u16string_view html)
+{
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(html, "docs/some-page.html"), expressionTitle(html, "docs/some-page.html"))
+        << "text: " << UnicodeText::utf8FromUTF16(html);
+}
+
+TEST(SiteGraphBuilder, TitleRuleDetails)
+{
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<h1 class=x>A<br>B</h1>", "p.html"), "AB");
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<H1>Up</H1 >", "p.html"), "P");
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<h1>a <<b>> c</h1>", "p.html"), "a > c");
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<h1>a <> b <c</h1>", "p.html"), "a <> b <c");
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<h1\u0301>no</h1><TITLE lang=en>\nYes\n</Title>", "p.html"), "Yes");
+    EXPECT_EQ(SiteGraphBuilder::pageTitle(u"<h1 title=\"a>b\">x</h1>", "p.html"), "b\">x");
+}
+
+// Every code point after the element names, where the matching tests ICU's word boundary, and in
+// place of a letter of each name, which only that letter in either case may match.
+TEST(SiteGraphBuilder, TitleForEveryCodePointInEveryPlaceMatchesTheExpressions)
+{
+    const std::vector<std::pair<std::u16string, std::u16string>> places = {
+        { u"<h1", u">t</h1>" }, { u"<", u"1>t</h1>" }, { u"<title", u">t</title>" }, { u"<t", u"tle>t</title>" },
+    };
+    for (auto& [before, after] : places) {
+        for (char32_t codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
+            std::u16string text = before;
+            if (codePoint < 0x10000) {
+                text.push_back(static_cast<char16_t>(codePoint));
+            } else {
+                text.push_back(static_cast<char16_t>(0xD7C0 + (codePoint >> 10)));
+                text.push_back(static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF)));
+            }
+            text += after;
+            if (SiteGraphBuilder::pageTitle(text, "p.html") != expressionTitle(text, "p.html")) {
+                expectTitleAsExpression(text);
+                return;
+            }
+        }
+    }
+}
+
+TEST(SiteGraphBuilder, TitleOfRandomTextsMatchesTheExpressions)
+{
+    const std::vector<std::u16string> pieces = {
+        u"<h1", u"<H1", u"</h1>", u"</H1>", u"</h1", u"<title", u"<TITLE", u"</title>", u"</Title>", u"<", u">", u"/", u"h1",
+        u"title", u"<b>", u"</b>", u"<>", u"&amp;", u"&amp", u"&lt;", u" ", u"\n", u"\r\n", u"\t", u"\u00A0", u"\u2028", u"\u3000",
+        u"x", u"1", u"_", u"-", u"=", u"\"", u"\u00E9", u"\u0301", u"\u200D", u"\u00AD", u"\U0001F600", u"\u1E96", u"\u0130",
+        u"\xD800", u"\xDC00", u"<img src=x>", u"Title Words",
+    };
+    std::mt19937 random(99);
+    std::uniform_int_distribution<std::size_t> piece(0, pieces.size() - 1);
+    std::uniform_int_distribution<int> length(0, 30);
+    for (int round = 0; round < 200000; ++round) {
+        std::u16string text;
+        for (int count = length(random); count > 0; --count)
+            text += pieces[piece(random)];
+        expectTitleAsExpression(text);
+        if (HasFailure())
+            return;
+    }
 }
 
 }
