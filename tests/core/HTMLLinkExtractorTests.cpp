@@ -4,10 +4,11 @@
 #include "QuilloryCore/StringHelpers.h"
 #include "QuilloryCore/TextFile.h"
 #include "QuilloryCore/UnicodeText.h"
+#include "support/RandomTexts.h"
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <random>
 
 using namespace Quillory;
 
@@ -158,17 +159,10 @@ TEST(HTMLLinkExtractor, RandomTextsMatchTheExpression)
         u"\u00E9", u"\u0301", u"\u200C", u"\u200D", u"\u00AD", u"\U0001F600", u"\U0001D400", u"\U000E0100", u"\u0661",
         u"\u1E96", u"\u1E9A", u"\uFB00", u"\u212A", u"\xD800", u"\xDC00", u"x.html", u"/", u"#", u"<a href=\"", u"\"",
     };
-    std::mt19937 random(20240611);
-    std::uniform_int_distribution<std::size_t> piece(0, pieces.size() - 1);
-    std::uniform_int_distribution<int> length(0, 40);
-    for (int round = 0; round < 200000; ++round) {
-        std::u16string text;
-        for (int count = length(random); count > 0; --count)
-            text += pieces[piece(random)];
+    QuilloryTest::forEachRandomText(pieces, 20240611, 40, 200000, [&](const std::u16string& text) {
         expectSameAsExpression(text);
-        if (HasFailure())
-            return;
-    }
+        return !HasFailure();
+    });
 }
 
 TEST(HTMLLinkExtractor, FixtureSitesMatchTheExpression)

@@ -1,17 +1,19 @@
 #include "QuilloryCore/SiteGraphBuilder.h"
 
+#include "QuilloryCore/HTMLLinkExtractor.h"
 #include "QuilloryCore/QuilloryErrors.h"
 #include "QuilloryCore/RegularExpression.h"
-#include "QuilloryCore/StringHelpers.h"
-#include "QuilloryCore/UnicodeText.h"
 #include "QuilloryCore/SiteRouteResolver.h"
-#include "QuilloryCore/HTMLLinkExtractor.h"
+#include "QuilloryCore/StringHelpers.h"
+#include "QuilloryCore/TextFile.h"
+#include "QuilloryCore/UnicodeText.h"
+#include "support/RandomTexts.h"
 #include "support/TemporaryDirectory.h"
 
-#include "QuilloryCore/TextFile.h"
-
 #include <gtest/gtest.h>
+
 #include <random>
+
 #include <unistd.h>
 
 using namespace Quillory;
@@ -672,17 +674,10 @@ TEST(SiteGraphBuilder, TitleOfRandomTextsMatchesTheExpressions)
         u"x", u"1", u"_", u"-", u"=", u"\"", u"\u00E9", u"\u0301", u"\u200D", u"\u00AD", u"\U0001F600", u"\u1E96", u"\u0130",
         u"\xD800", u"\xDC00", u"<img src=x>", u"Title Words",
     };
-    std::mt19937 random(99);
-    std::uniform_int_distribution<std::size_t> piece(0, pieces.size() - 1);
-    std::uniform_int_distribution<int> length(0, 30);
-    for (int round = 0; round < 200000; ++round) {
-        std::u16string text;
-        for (int count = length(random); count > 0; --count)
-            text += pieces[piece(random)];
+    QuilloryTest::forEachRandomText(pieces, 99, 30, 200000, [&](const std::u16string& text) {
         expectTitleAsExpression(text);
-        if (HasFailure())
-            return;
-    }
+        return !HasFailure();
+    });
 }
 
 }
