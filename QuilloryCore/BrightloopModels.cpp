@@ -240,86 +240,75 @@ void combine(std::size_t& seed, const std::map<std::string, std::string>& values
     }
 }
 
+// The hash of a record: its fields combined in order.
+template<class... Fields>
+std::size_t hashFields(const Fields&... fields)
+{
+    std::size_t seed = 0;
+    (combine(seed, fields), ...);
+    return seed;
+}
+
 }
 
 std::size_t std::hash<Quillory::BrightloopRect>::operator()(const Quillory::BrightloopRect& rect) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, rect.x);
-    combine(seed, rect.y);
-    combine(seed, rect.width);
-    combine(seed, rect.height);
-    return seed;
+    return hashFields(rect.x, rect.y, rect.width, rect.height);
 }
 
 std::size_t std::hash<Quillory::BrightloopSelection>::operator()(const Quillory::BrightloopSelection& selection) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, selection.pageID);
-    combine(seed, selection.pageRelativePath);
-    combine(seed, selection.fence);
-    return seed;
+    return hashFields(selection.pageID, selection.pageRelativePath, selection.fence);
 }
 
 std::size_t std::hash<Quillory::BrightloopDOMRecord>::operator()(const Quillory::BrightloopDOMRecord& record) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, record.tagName);
-    combine(seed, record.rect);
-    combine(seed, record.textSnippet);
-    combine(seed, record.elementID);
-    combine(seed, record.classList);
-    combine(seed, record.role);
-    combine(seed, record.attributes);
-    combine(seed, record.ancestorTags);
-    combine(seed, record.ancestorSignatures);
-    combine(seed, record.siblingIndex);
-    combine(seed, record.isVisible);
-    combine(seed, record.inShadowDOM);
-    combine(seed, record.transformed);
-    combine(seed, record.pseudoElement);
-    combine(seed, record.renderedTextSnippet);
-    combine(seed, record.contentSourceAttribute);
-    combine(seed, record.effectiveOpacity);
-    combine(seed, record.textColorAlpha);
-    combine(seed, record.fontSize);
-    combine(seed, record.hasPaintedSurface);
-    combine(seed, record.isPointerHitTarget);
-    combine(seed, record.displayContentsAncestors);
-    combine(seed, record.shadowHostTagName);
-    combine(seed, record.shadowHostID);
-    combine(seed, record.shadowHostClassList);
-    combine(seed, record.shadowHostAttributes);
-    return seed;
+    return hashFields(record.tagName,
+                      record.rect,
+                      record.textSnippet,
+                      record.elementID,
+                      record.classList,
+                      record.role,
+                      record.attributes,
+                      record.ancestorTags,
+                      record.ancestorSignatures,
+                      record.siblingIndex,
+                      record.isVisible,
+                      record.inShadowDOM,
+                      record.transformed,
+                      record.pseudoElement,
+                      record.renderedTextSnippet,
+                      record.contentSourceAttribute,
+                      record.effectiveOpacity,
+                      record.textColorAlpha,
+                      record.fontSize,
+                      record.hasPaintedSurface,
+                      record.isPointerHitTarget,
+                      record.displayContentsAncestors,
+                      record.shadowHostTagName,
+                      record.shadowHostID,
+                      record.shadowHostClassList,
+                      record.shadowHostAttributes);
 }
 
 std::size_t std::hash<Quillory::BrightloopSourceRange>::operator()(const Quillory::BrightloopSourceRange& range) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, range.pageRelativePath);
-    combine(seed, range.utf16Start);
-    combine(seed, range.utf16Length);
-    return seed;
+    return hashFields(range.pageRelativePath, range.utf16Start, range.utf16Length);
 }
 
 std::size_t std::hash<Quillory::BrightloopCandidate>::operator()(const Quillory::BrightloopCandidate& candidate) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, candidate.id);
-    combine(seed, candidate.kind);
-    combine(seed, candidate.label);
-    combine(seed, candidate.confidence);
-    combine(seed, candidate.dom);
-    combine(seed, candidate.sourceRange);
-    combine(seed, candidate.overlapFraction);
-    combine(seed, candidate.reason);
-    return seed;
+    return hashFields(candidate.id,
+                      candidate.kind,
+                      candidate.label,
+                      candidate.confidence,
+                      candidate.dom,
+                      candidate.sourceRange,
+                      candidate.overlapFraction,
+                      candidate.reason);
 }
 
 std::size_t std::hash<Quillory::BrightloopResult>::operator()(const Quillory::BrightloopResult& result) const noexcept
 {
-    std::size_t seed = 0;
-    combine(seed, result.selection());
-    combine(seed, result.candidates());
-    return seed;
+    return hashFields(result.selection(), result.candidates());
 }
