@@ -1,4 +1,4 @@
-#include "QuilloryApp/QuilloryApplication.h"
+#include "QuilloryApp/Shell/QuilloryApplication.h"
 
 int main(int argc, char** argv)
 {

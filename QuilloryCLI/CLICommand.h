@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuilloryCore/Utf16Range.h"
+#include "QuilloryCore/Text/Utf16Range.h"
 
 #include <functional>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #include "QuilloryCLI/CLICommand.h"
-#include "QuilloryCore/TextFile.h"
-#include "QuilloryCore/UnicodeText.h"
-#include "QuilloryCore/UnifiedDiff.h"
+#include "QuilloryCore/Text/TextFile.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+#include "QuilloryCore/Editing/UnifiedDiff.h"
 
 #include <iostream>
 

@@ -1,6 +1,6 @@
 #include "QuilloryCLI/CLICommand.h"
-#include "QuilloryCore/HTMLTagIndexer.h"
-#include "QuilloryCore/TextFile.h"
+#include "QuilloryCore/Analysis/HTMLTagIndexer.h"
+#include "QuilloryCore/Text/TextFile.h"
 
 namespace QuilloryCLI {
 

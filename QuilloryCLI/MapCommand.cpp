@@ -1,7 +1,7 @@
 #include "QuilloryCLI/CLICommand.h"
-#include "QuilloryCore/BrightloopJS.h"
-#include "QuilloryCore/BrightloopSourceMapper.h"
-#include "QuilloryCore/TextFile.h"
+#include "QuilloryCore/Brightloop/BrightloopJS.h"
+#include "QuilloryCore/Brightloop/BrightloopSourceMapper.h"
+#include "QuilloryCore/Text/TextFile.h"
 
 #include <charconv>
 #include <filesystem>

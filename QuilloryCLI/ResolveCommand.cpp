@@ -1,6 +1,6 @@
 #include "QuilloryCLI/CLICommand.h"
-#include "QuilloryCore/SiteGraphBuilder.h"
-#include "QuilloryCore/SiteRouteResolver.h"
+#include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
+#include "QuilloryCore/SiteModel/SiteRouteResolver.h"
 
 namespace QuilloryCLI {
 

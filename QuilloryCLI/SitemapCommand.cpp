@@ -1,6 +1,6 @@
 #include "QuilloryCLI/CLICommand.h"
-#include "QuilloryCore/EditableDocument.h"
-#include "QuilloryCore/SiteGraphBuilder.h"
+#include "QuilloryCore/SiteModel/EditableDocument.h"
+#include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 
 namespace QuilloryCLI {
 

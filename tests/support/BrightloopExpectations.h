@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuilloryCore/BrightloopModels.h"
-#include "QuilloryCore/Utf16Range.h"
+#include "QuilloryCore/Brightloop/BrightloopModels.h"
+#include "QuilloryCore/Text/Utf16Range.h"
 
 #include <optional>
 #include <string>

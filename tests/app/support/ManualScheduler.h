@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuilloryApp/Scheduler.h"
+#include "QuilloryApp/Support/Scheduler.h"
 
 #include <chrono>
 #include <cstddef>

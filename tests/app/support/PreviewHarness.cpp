@@ -1,7 +1,7 @@
 #include "app/support/PreviewHarness.h"
 
-#include "QuilloryApp/SitePreviewURL.h"
-#include "QuilloryCore/SiteGraphBuilder.h"
+#include "QuilloryApp/Preview/SitePreviewURL.h"
+#include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 #include "app/support/MainLoopWaiting.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuilloryApp/WebPreviewView.h"
+#include "QuilloryApp/Preview/WebPreviewView.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtk/gtk.h>

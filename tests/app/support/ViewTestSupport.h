@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuilloryApp/AppSettingsStore.h"
-#include "QuilloryApp/GLibScheduler.h"
-#include "QuilloryApp/QuilloryTheme.h"
-#include "QuilloryApp/SourceEditorView.h"
+#include "QuilloryApp/Workspace/AppSettingsStore.h"
+#include "QuilloryApp/Support/GLibScheduler.h"
+#include "QuilloryApp/Shell/QuilloryTheme.h"
+#include "QuilloryApp/Editor/SourceEditorView.h"
 #include "app/support/WorkspaceHarness.h"
 #include "support/TemporaryDirectory.h"
 

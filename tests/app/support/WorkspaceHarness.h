@@ -1,8 +1,8 @@
 #pragma once
 
-#include "QuilloryApp/Preferences.h"
-#include "QuilloryApp/WorkspaceRecentProjectsStore.h"
-#include "QuilloryApp/WorkspaceStore.h"
+#include "QuilloryApp/Support/Preferences.h"
+#include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
+#include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "app/support/ManualScheduler.h"
 #include "support/TemporaryDirectory.h"
 

@@ -1,0 +1,181 @@
+#include "QuilloryApp/Shell/EditorPreviewView.h"
+
+#include "QuilloryApp/Brightloop/BrightloopStore.h"
+#include "QuilloryApp/Inspection/PageInspectionStore.h"
+#include "QuilloryApp/Preview/PreviewPane.h"
+#include "QuilloryApp/Shell/ProtectedHSplitView.h"
+#include "QuilloryApp/Editor/SourceEditorView.h"
+#include "QuilloryApp/Shell/StatusStripView.h"
+#include "QuilloryApp/Shell/WorkspacePlaceholderView.h"
+#include "QuilloryApp/Workspace/WorkspaceStore.h"
+#include "QuilloryCore/Editing/SourceEditorCommandRequest.h"
+
+namespace Quillory {
+
+namespace {
+
+constexpr const char* documentPageName = "document";
+constexpr const char* placeholderPageName = "placeholder";
+
+}
+
+EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
+    : m_store(store)
+    , m_root(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_stack_new()))))
+    , m_placeholder(std::make_unique<WorkspacePlaceholderView>(store))
+    , m_sourceEditor(std::make_unique<SourceEditorView>(store.editorText(), [this](std::u16string text) {
+        m_store.setEditorText(std::move(text));
+        m_store.editorTextDidChange();
+        // The text's own notification came before the session took the change.
+        showEditState();
+    }))
+    , m_statusStrip(std::make_unique<StatusStripView>(store))
+    , m_previewPane(std::make_unique<PreviewPane>(store.brightloopStore()))
+{
+    GtkWidget* root = m_root.get();
+    gtk_widget_set_hexpand(root, TRUE);
+    gtk_widget_set_vexpand(root, TRUE);
+
+    m_documentContent = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    // The editor leads and the rendering trails; neither can be dragged below its minimum.
+    m_split = std::make_unique<ProtectedHSplitView>(560, 660, 520, makeEditorPane(), m_previewPane->widget());
+    gtk_widget_set_vexpand(m_split->widget(), TRUE);
+    gtk_box_append(GTK_BOX(m_documentContent), m_split->widget());
+    gtk_box_append(GTK_BOX(m_documentContent), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
+    gtk_box_append(GTK_BOX(m_documentContent), m_statusStrip->widget());
+    gtk_stack_add_named(GTK_STACK(root), m_documentContent, documentPageName);
+    gtk_stack_add_named(GTK_STACK(root), m_placeholder->widget(), placeholderPageName);
+
+    showSelection();
+    showEditState();
+    updatePreview();
+    m_connections.observe(store.selectedPageID(), [this] {
+        showSelection();
+        showEditState();
+        updatePreview();
+    });
+    m_connections.observe(store.editableDocuments(), [this] { showSelection(); });
+    m_connections.observe(store.siteMap(), [this] { updatePreview(); });
+    // The edit state changes with typing, with loads, and when an autosave completes, which
+    // renews the reload token.
+    m_connections.observe(store.editorText(), [this] {
+        showEditState();
+        // Typing changes nothing the preview shows until it autosaves; only the empty state follows it.
+        if (m_store.editorText()->empty() != m_previewShowsEmptyPage)
+            updatePreview();
+    });
+    m_connections.observe(store.previewReloadToken(), [this] {
+        showEditState();
+        updatePreview();
+    });
+
+    const BrightloopStore& brightloop = store.brightloopStore();
+    m_connections.observe(brightloop.modeEnabled(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.result(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.visibleAreaToken(), [this] { updatePreview(); });
+    m_connections.observe(brightloop.previewDirective(), [this] { updatePreview(); });
+    const PageInspectionStore& inspection = store.pageInspectionStore();
+    m_connections.observe(inspection.snapshot(), [this] { updatePreview(); });
+    m_connections.observe(inspection.isLoading(), [this] { updatePreview(); });
+    m_connections.observe(inspection.errorMessage(), [this] { updatePreview(); });
+    m_connections.observe(inspection.requestToken(), [this] { updatePreview(); });
+}
+
+EditorPreviewView::~EditorPreviewView()
+{
+    m_connections.disconnectAll();
+}
+
+GtkWidget* EditorPreviewView::makeEditorPane()
+{
+    GtkWidget* pane = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_widget_add_css_class(pane, "quillory-editor-pane");
+    gtk_widget_set_vexpand(pane, TRUE);
+    gtk_box_append(GTK_BOX(pane), m_sourceEditor->widget());
+
+    m_editStateLabel = GTK_LABEL(gtk_label_new(nullptr));
+    gtk_label_set_xalign(m_editStateLabel, 0.0f);
+    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "caption");
+    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "dim-label");
+    gtk_widget_set_margin_start(GTK_WIDGET(m_editStateLabel), 12);
+    gtk_widget_set_margin_end(GTK_WIDGET(m_editStateLabel), 12);
+    gtk_widget_set_margin_top(GTK_WIDGET(m_editStateLabel), 6);
+    gtk_widget_set_margin_bottom(GTK_WIDGET(m_editStateLabel), 6);
+    gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
+    gtk_box_append(GTK_BOX(pane), GTK_WIDGET(m_editStateLabel));
+    return pane;
+}
+
+bool EditorPreviewView::isShowingDocument() const
+{
+    return gtk_stack_get_visible_child(GTK_STACK(m_root.get())) == m_documentContent;
+}
+
+void EditorPreviewView::showSelection()
+{
+    // A command meant for the previous document must not reach the next one.
+    m_sourceEditor->setDocumentID(m_store.selectedPageID().get());
+    bool hasDocument = m_store.selectedDocument().has_value();
+    gtk_stack_set_visible_child_name(GTK_STACK(m_root.get()), hasDocument ? documentPageName : placeholderPageName);
+}
+
+void EditorPreviewView::updatePreview()
+{
+    m_previewShowsEmptyPage = m_store.editorText()->empty();
+    PreviewPane::Inputs inputs;
+    inputs.preview.previewTarget = m_store.previewTarget();
+    inputs.preview.siteMap = m_store.siteMap().get();
+    inputs.preview.currentDocumentID = m_store.selectedPageID().get();
+    inputs.preview.reloadToken = m_store.previewReloadToken().get();
+    inputs.preview.onNavigateToPage = [this](const std::string& pageID) { return m_store.requestSelectDocument(pageID); };
+    inputs.preview.onPreviewScrolled = [this] { m_store.brightloopStore().previewDidScroll(); };
+
+    const BrightloopStore& brightloop = m_store.brightloopStore();
+    inputs.preview.brightloopEnabled = brightloop.modeEnabled().get();
+    inputs.preview.brightloopVisibleAreaToken = brightloop.visibleAreaToken().get();
+    inputs.preview.brightloopPreviewDirective = brightloop.previewDirective().get();
+    inputs.preview.onBrightloopRecords = [this](std::vector<BrightloopDOMRecord> records, BrightloopRect fence) {
+        m_store.applyBrightloopRecords(records, fence);
+    };
+    inputs.brightloopResult = brightloop.result().get();
+    inputs.onToggleBrightloop = [this] { m_store.brightloopStore().toggleMode(); };
+    inputs.onRequestVisibleAreaFence = [this] { m_store.brightloopStore().requestVisibleAreaFence(); };
+    inputs.onSelectCandidate = [this](const BrightloopCandidate& candidate) { selectCandidate(candidate); };
+    inputs.onToggleCandidateHidden = [this](const BrightloopCandidate& candidate) { m_store.brightloopStore().toggleCandidateHidden(candidate); };
+    inputs.onHighlightCandidate = [this](const BrightloopCandidate& candidate) { m_store.brightloopStore().highlightCandidate(candidate); };
+
+    const PageInspectionStore& inspection = m_store.pageInspectionStore();
+    inputs.preview.pageInspectionRequestToken = inspection.requestToken().get();
+    inputs.preview.onPageInspectionSnapshot = [this](PageInspectionSnapshot snapshot) { m_store.applyPageInspectionSnapshot(std::move(snapshot)); };
+    inputs.preview.onPageInspectionError = [this](std::string message) { m_store.failPageInspectionSnapshot(std::move(message)); };
+    inputs.pageInspectionSnapshot = inspection.snapshot().get();
+    inputs.pageInspectionIsLoading = inspection.isLoading().get();
+    inputs.pageInspectionErrorMessage = inspection.errorMessage().get();
+    inputs.onRequestPageInspectionSnapshot = [this] { m_store.requestPageInspectionSnapshot(); };
+
+    inputs.isPageEmpty = m_previewShowsEmptyPage;
+    m_previewPane->update(inputs);
+}
+
+void EditorPreviewView::selectCandidate(const BrightloopCandidate& candidate)
+{
+    if (!candidate.sourceRange)
+        return;
+    auto document = m_store.selectedDocument();
+    if (!document)
+        return;
+    // The range goes to the selected document as it stands; the candidate's own path isn't compared.
+    const auto& range = *candidate.sourceRange;
+    m_sourceEditor->requestCommand(SourceEditorCommandRequest {
+        UUID::random(),
+        document->relativePath,
+        SourceEditorCommand::selectUTF16Range(static_cast<std::int64_t>(range.utf16Start), static_cast<std::int64_t>(range.utf16Length)),
+    });
+}
+
+void EditorPreviewView::showEditState()
+{
+    gtk_label_set_text(m_editStateLabel, m_store.editStateDescription().c_str());
+}
+
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "QuilloryApp/Support/GRef.h"
+#include "QuilloryApp/Support/ViewConnections.h"
+
+#include <gtk/gtk.h>
+
+#include <memory>
+
+namespace Quillory {
+
+struct BrightloopCandidate;
+class PreviewPane;
+class ProtectedHSplitView;
+class SourceEditorView;
+class StatusStripView;
+class WorkspacePlaceholderView;
+class WorkspaceStore;
+
+// The working surface for the selected document: the split content above the status strip, or
+// the placeholder while nothing is selected. The split's leading side is the editor pane, the
+// source editor bound to the store's editorText with the edit-state line under it; its trailing
+// side is the preview pane. The view holds no logic: it shows the store and its feature stores and
+// fires their operations.
+class EditorPreviewView {
+public:
+    explicit EditorPreviewView(WorkspaceStore&);
+    ~EditorPreviewView();
+    EditorPreviewView(const EditorPreviewView&) = delete;
+    EditorPreviewView& operator=(const EditorPreviewView&) = delete;
+
+    GtkWidget* widget() const { return m_root.get(); }
+    SourceEditorView& sourceEditor() const { return *m_sourceEditor; }
+    StatusStripView& statusStrip() const { return *m_statusStrip; }
+    WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
+    PreviewPane& previewPane() const { return *m_previewPane; }
+    GtkLabel* editStateLabel() const { return m_editStateLabel; }
+    // True while a document is selected and the editor, not the placeholder, is shown.
+    bool isShowingDocument() const;
+
+private:
+    GtkWidget* makeEditorPane();
+    void showSelection();
+    void showEditState();
+    void updatePreview();
+    // Selects a candidate's source range in the editor; a candidate without one does nothing.
+    void selectCandidate(const BrightloopCandidate&);
+
+    WorkspaceStore& m_store;
+    GRef<GtkWidget> m_root;
+    std::unique_ptr<WorkspacePlaceholderView> m_placeholder;
+    std::unique_ptr<SourceEditorView> m_sourceEditor;
+    std::unique_ptr<StatusStripView> m_statusStrip;
+    std::unique_ptr<PreviewPane> m_previewPane;
+    std::unique_ptr<ProtectedHSplitView> m_split;
+    bool m_previewShowsEmptyPage { false };
+    GtkWidget* m_documentContent { nullptr };
+    GtkLabel* m_editStateLabel { nullptr };
+    ViewConnections m_connections;
+};
+
+}

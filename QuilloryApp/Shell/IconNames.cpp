@@ -1,0 +1,63 @@
+#include "QuilloryApp/Shell/IconNames.h"
+
+#include <algorithm>
+#include <array>
+
+namespace Quillory::IconNames {
+
+namespace {
+
+constexpr std::array mappings {
+    // Main window toolbar.
+    IconMapping { "folder", "folder-symbolic" },
+    IconMapping { "arrow.clockwise", "view-refresh-symbolic" },
+    // Sidebar.
+    IconMapping { "doc.text", "text-x-generic-symbolic" },
+    IconMapping { "curlybraces", "quillory-curlybraces-symbolic" },
+    IconMapping { "questionmark.folder", "quillory-folder-question-symbolic" },
+    IconMapping { "leaf", "quillory-leaf-symbolic" },
+    IconMapping { "leaf.fill", "quillory-leaf-fill-symbolic" },
+    // Placeholder.
+    IconMapping { "folder.badge.plus", "folder-new-symbolic" },
+    IconMapping { "chevron.right", "go-next-symbolic" },
+    // Preview pane.
+    IconMapping { "safari", "web-browser-symbolic" },
+    IconMapping { "doc.viewfinder", "document-properties-symbolic" },
+    IconMapping { "rectangle.dashed", "edit-select-all-symbolic" },
+    IconMapping { "viewfinder", "zoom-fit-best-symbolic" },
+    // Brightloop candidates: the rail, its rows' side buttons and the kinds of candidate.
+    IconMapping { "rectangle.on.rectangle", "focus-windows-symbolic" },
+    IconMapping { "eye.slash", "view-conceal-symbolic" },
+    IconMapping { "eye", "view-reveal-symbolic" },
+    IconMapping { "viewfinder.circle", "find-location-symbolic" },
+    IconMapping { "text.alignleft", "format-justify-left-symbolic" },
+    IconMapping { "link", "insert-link-symbolic" },
+    IconMapping { "photo", "image-x-generic-symbolic" },
+    IconMapping { "rectangle.and.hand.point.up.left", "input-mouse-symbolic" },
+    IconMapping { "tag", "quillory-tag-symbolic" },
+    IconMapping { "textformat.size", "format-text-rich-symbolic" },
+    IconMapping { "rectangle.3.group", "view-grid-symbolic" },
+    IconMapping { "list.bullet", "view-list-bullet-symbolic" },
+    IconMapping { "list.dash", "view-list-symbolic" },
+    IconMapping { "square.dashed", "quillory-square-dashed-symbolic" },
+    IconMapping { "paintbrush", "applications-graphics-symbolic" },
+    IconMapping { "number", "quillory-number-symbolic" },
+    IconMapping { "questionmark.square", "dialog-question-symbolic" },
+    // Errors.
+    IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
+};
+
+}
+
+std::span<const IconMapping> table()
+{
+    return mappings;
+}
+
+const char* symbolic(std::string_view systemImageName)
+{
+    auto found = std::find_if(mappings.begin(), mappings.end(), [&](const auto& mapping) { return mapping.systemImageName == systemImageName; });
+    return found == mappings.end() ? "image-missing-symbolic" : found->iconName;
+}
+
+}

@@ -1,0 +1,233 @@
+#include "QuilloryApp/Workspace/WorkspaceStore.h"
+
+#include "QuilloryApp/Preview/SitePreviewURL.h"
+#include "QuilloryCore/Text/FilePaths.h"
+#include "QuilloryCore/Text/QuilloryErrors.h"
+#include "QuilloryCore/Text/TextFile.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace Quillory {
+
+WorkspaceStore::WorkspaceStore(WorkspaceRecentProjectsStore& recentProjectsStore, Scheduler& scheduler)
+    : m_recentProjectsStore(recentProjectsStore)
+    , m_scheduler(scheduler)
+    , m_recentProjects(recentProjectsStore.projects())
+{
+}
+
+WorkspaceStore::~WorkspaceStore() = default;
+
+void WorkspaceStore::setEditorText(std::u16string text)
+{
+    m_editorText.set(std::move(text));
+}
+
+void WorkspaceStore::clearErrorMessage()
+{
+    m_errorMessage.set(std::nullopt);
+}
+
+void WorkspaceStore::setEditorTextFromStore(std::u16string text)
+{
+    // Raised while the store writes, so that editorTextDidChange() can tell this from typing.
+    m_isLoadingEditorText = true;
+    m_editorText.set(std::move(text));
+    m_isLoadingEditorText = false;
+}
+
+// Workspace.
+
+void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
+{
+    // The old workspace's pending text is written before anything is torn down.
+    cancelAutosaveTask();
+    if (!autosaveCurrentPageIfNeeded())
+        return;
+    // The old workspace's dev server is stopped here once the frontend runner exists.
+
+    // Nothing of the old workspace is replaced until the new one is fully scanned.
+    std::optional<SiteMap> siteMap;
+    std::vector<EditableDocument> documents;
+    try {
+        siteMap = m_siteGraphBuilder.build(rootURL);
+        // Frontend project detection joins here; until it exists no folder counts as a project.
+        documents = EditableDocumentBuilder::build(rootURL, *siteMap, IncludeFrontendSource::no);
+    } catch (const std::exception& error) {
+        publishFailedWorkspace(error.what());
+        return;
+    }
+
+    auto selection = defaultSelectedDocumentID(*siteMap, documents, FrontendProjectPresence::absent);
+    m_rootURL.set(rootURL);
+    m_siteMap.set(std::move(siteMap));
+    // The frontend project and the frontend preview's configuration and log are published here.
+    m_editableDocuments.set(std::move(documents));
+    m_errorMessage.set(std::nullopt);
+    m_editSessions.clear();
+    m_undoHistories.clear();
+    // The Git snapshot is reset here.
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
+    m_selectedPageID.set(std::move(selection));
+    loadSelectedPage();
+    // The Git snapshot and status refreshes start here.
+    m_recentProjectsStore.recordOpenedProject(rootURL);
+    m_recentProjects.set(m_recentProjectsStore.projects());
+}
+
+void WorkspaceStore::publishFailedWorkspace(const std::string& message)
+{
+    // A failed open closes the old workspace too; only rootURL keeps its old value.
+    m_errorMessage.set(message);
+    m_siteMap.set(std::nullopt);
+    m_editableDocuments.set({});
+    // The frontend project and the frontend preview are reset here.
+    m_selectedPageID.set(std::nullopt);
+    setEditorTextFromStore({});
+    m_editSessions.clear();
+    m_undoHistories.clear();
+    // The Git status and the Git snapshot are reset here.
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
+}
+
+std::optional<std::string> WorkspaceStore::defaultSelectedDocumentID(const SiteMap& siteMap, const std::vector<EditableDocument>& documents,
+                                                                     FrontendProjectPresence frontendProject)
+{
+    // A frontend project opens on its application source, not on its index.html.
+    if (frontendProject == FrontendProjectPresence::present) {
+        for (const char* candidate : { "src/App.jsx", "src/App.tsx", "src/main.jsx", "src/main.tsx" }) {
+            auto found = std::find_if(documents.begin(), documents.end(), [&](const auto& document) { return document.relativePath == candidate; });
+            if (found != documents.end())
+                return found->id();
+        }
+    }
+    if (siteMap.primaryTree.pageID)
+        return siteMap.primaryTree.pageID;
+    if (!siteMap.pages.empty())
+        return siteMap.pages.front().id;
+    if (!documents.empty())
+        return documents.front().id();
+    return std::nullopt;
+}
+
+void WorkspaceStore::openRecentWorkspace(const WorkspaceRecentProject& project)
+{
+    auto url = FilePaths::standardized(project.path);
+    std::error_code error;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(url, error))) {
+        // The entry may live in the list that is about to be rewritten; keep its name first.
+        auto name = project.name;
+        m_recentProjectsStore.removeProjects(url.string());
+        m_recentProjects.set(m_recentProjectsStore.projects());
+        m_errorMessage.set(name + " no longer exists at " + url.string() + ".");
+        return;
+    }
+    loadWorkspace(url);
+}
+
+// Selection and preview.
+
+void WorkspaceStore::loadSelectedPage()
+{
+    auto document = selectedDocument();
+    if (!document) {
+        setEditorTextFromStore({});
+        return;
+    }
+    // Returning to a document gives back what was typed, not what the file holds now.
+    if (auto session = m_editSessions.find(document->id()); session != m_editSessions.end()) {
+        setEditorTextFromStore(session->second.currentText);
+        m_previewReloadToken.set(UUID::random());
+        m_errorMessage.set(std::nullopt);
+        return;
+    }
+    std::u16string text;
+    try {
+        text = TextFile::readUTF8(document->url);
+    } catch (const std::exception& error) {
+        // No session is made, so an autosave can't overwrite the unread file with the empty text,
+        // and a later selection tries the disk again.
+        m_errorMessage.set(error.what());
+        setEditorTextFromStore({});
+        return;
+    }
+    m_editSessions.insert_or_assign(document->id(), PageEditSession(document->id(), text));
+    setEditorTextFromStore(std::move(text));
+    m_previewReloadToken.set(UUID::random());
+    m_errorMessage.set(std::nullopt);
+}
+
+bool WorkspaceStore::requestSelectDocument(const std::optional<std::string>& documentID)
+{
+    if (documentID == m_selectedPageID.get())
+        return true;
+    cancelAutosaveTask();
+    if (!autosaveCurrentPageIfNeeded())
+        return false;
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
+    m_selectedPageID.set(documentID);
+    // The Git snapshot is reset here.
+    loadSelectedPage();
+    // The selected file's Git snapshot is refreshed here.
+    return true;
+}
+
+void WorkspaceStore::refreshPreview()
+{
+    cancelAutosaveTask();
+    // A failed write shows its message and the preview reloads anyway, with what is on disk.
+    autosaveCurrentPageIfNeeded();
+    m_previewReloadToken.set(UUID::random());
+    m_pageInspectionStore.clear();
+}
+
+// Derived values.
+
+std::optional<EditableDocument> WorkspaceStore::selectedDocument() const
+{
+    const auto& selection = m_selectedPageID.get();
+    if (!selection)
+        return std::nullopt;
+    const auto& documents = m_editableDocuments.get();
+    auto found = std::find_if(documents.begin(), documents.end(), [&](const auto& document) { return document.id() == *selection; });
+    if (found == documents.end())
+        return std::nullopt;
+    return *found;
+}
+
+PreviewTarget WorkspaceStore::previewTarget() const
+{
+    std::optional<PreviewTarget::StaticPage> page;
+    if (auto selected = selectedPage())
+        page = PreviewTarget::StaticPage { selected->id, SitePreviewURL::url(*selected) };
+    // The frontend dev server joins here when frontend projects are detected and run.
+    return PreviewTarget::choose(std::nullopt, std::nullopt, page);
+}
+
+std::optional<SitePage> WorkspaceStore::selectedPage() const
+{
+    if (!m_siteMap.get())
+        return std::nullopt;
+    return m_siteMap.get()->page(m_selectedPageID.get());
+}
+std::vector<EditableDocument> WorkspaceStore::sourceDocuments() const
+{
+    std::vector<EditableDocument> sources;
+    for (const auto& document : m_editableDocuments.get()) {
+        if (document.kind == EditableDocumentKind::sourceFile)
+            sources.push_back(document);
+    }
+    return sources;
+}
+
+std::size_t WorkspaceStore::sourceDocumentCount() const
+{
+    const auto& documents = m_editableDocuments.get();
+    return static_cast<std::size_t>(std::count_if(documents.begin(), documents.end(), [](const auto& document) { return document.kind == EditableDocumentKind::sourceFile; }));
+}
+
+}

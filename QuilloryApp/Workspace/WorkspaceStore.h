@@ -1,0 +1,173 @@
+#pragma once
+
+#include "QuilloryApp/Brightloop/BrightloopStore.h"
+#include "QuilloryApp/Support/ObservableProperty.h"
+#include "QuilloryApp/Inspection/PageInspectionStore.h"
+#include "QuilloryApp/Support/Scheduler.h"
+#include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
+#include "QuilloryCore/Brightloop/BrightloopModels.h"
+#include "QuilloryCore/SiteModel/EditableDocument.h"
+#include "QuilloryCore/Editing/PageEditSession.h"
+#include "QuilloryCore/Inspection/PageInspectionSnapshot.h"
+#include "QuilloryCore/Editing/PageUndoSnapshot.h"
+#include "QuilloryCore/SiteModel/PreviewTarget.h"
+#include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
+#include "QuilloryCore/SiteModel/SiteGraphModels.h"
+#include "QuilloryCore/Text/UUID.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Quillory {
+
+// Whether the opened folder is a frontend project, which decides the default document.
+enum class FrontendProjectPresence {
+    absent,
+    present,
+};
+
+// The hub of one main window: the open site, the selection, the editor's text, every edit session
+// and undo history, and the autosave that writes them back. Main thread only; views read the
+// observed properties, connect to their `changed` signals and call the operations.
+class WorkspaceStore {
+public:
+    static constexpr std::chrono::milliseconds autosaveDelay { 650 };
+
+    WorkspaceStore(WorkspaceRecentProjectsStore& recentProjectsStore, Scheduler& scheduler);
+    ~WorkspaceStore();
+    WorkspaceStore(const WorkspaceStore&) = delete;
+    WorkspaceStore& operator=(const WorkspaceStore&) = delete;
+
+    // Observed state.
+    // The opened folder as it was given; keeps its old value when an open fails.
+    const ObservableProperty<std::optional<std::filesystem::path>>& rootURL() const { return m_rootURL; }
+    // Present exactly while a workspace is open.
+    const ObservableProperty<std::optional<SiteMap>>& siteMap() const { return m_siteMap; }
+    const ObservableProperty<std::vector<EditableDocument>>& editableDocuments() const { return m_editableDocuments; }
+    // A document id (a page's or a source file's relative path).
+    const ObservableProperty<std::optional<std::string>>& selectedPageID() const { return m_selectedPageID; }
+    const ObservableProperty<std::u16string>& editorText() const { return m_editorText; }
+    // A new value tells the preview to reload.
+    const ObservableProperty<UUID>& previewReloadToken() const { return m_previewReloadToken; }
+    // The one line of error text the window shows.
+    const ObservableProperty<std::optional<std::string>>& errorMessage() const { return m_errorMessage; }
+    const ObservableProperty<std::vector<WorkspaceRecentProject>>& recentProjects() const { return m_recentProjects; }
+
+    // The fence feature and the page snapshot, owned here so that workspace events can reset them.
+    BrightloopStore& brightloopStore() { return m_brightloopStore; }
+    const BrightloopStore& brightloopStore() const { return m_brightloopStore; }
+    PageInspectionStore& pageInspectionStore() { return m_pageInspectionStore; }
+    const PageInspectionStore& pageInspectionStore() const { return m_pageInspectionStore; }
+
+    // The editor's side of the two-way binding: the editor writes the user's text here, then
+    // calls editorTextDidChange().
+    void setEditorText(std::u16string text);
+    void editorTextDidChange();
+    // For views that dismiss the message (a sheet clears it on appearing).
+    void clearErrorMessage();
+
+    // Workspace.
+    // Writes the old page's pending text first (a failure leaves the old workspace open), then
+    // scans the folder and replaces the workspace. Failures go to errorMessage.
+    void loadWorkspace(const std::filesystem::path& rootURL);
+    void openRecentWorkspace(const WorkspaceRecentProject&);
+    // Makes a new folder holding a starter "index.html" and opens it.
+    void createStarterWorkspace(const std::filesystem::path& at);
+
+    // Selection and preview.
+    // False when the pending text could not be written; the selection then stays.
+    bool requestSelectDocument(const std::optional<std::string>& documentID);
+    void refreshPreview();
+
+    // Edit sessions.
+    // Writes the selected document's pending text now, on the calling thread. False means the
+    // write failed (errorMessage says why) and the caller must not go on.
+    bool autosaveCurrentPageIfNeeded();
+    // Jumps back to the newest snapshot, or the one with this id. False when nothing changed.
+    bool undoSelectedPageChange(const std::optional<UUID>& snapshotID = std::nullopt);
+    void revertSelectedPageToOpenedBaseline();
+
+    // Brightloop.
+    // Maps a fence's records against the editor's current (possibly unsaved) text, or makes
+    // generated candidates for a dev server page; the new result replaces the old one and clears
+    // the preview effects. Nothing when no document is selected.
+    void applyBrightloopRecords(const std::vector<BrightloopDOMRecord>& records, const BrightloopRect& fence);
+    // A dev server's output has no mapping to source: one generatedOrExternal candidate per record.
+    static BrightloopResult generatedFrontendBrightloopResult(const std::vector<BrightloopDOMRecord>& records,
+                                                              const BrightloopSelection& selection);
+
+    // Page snapshot.
+    // Asks the preview for a new snapshot; an older one stays shown meanwhile.
+    void requestPageInspectionSnapshot();
+    void applyPageInspectionSnapshot(PageInspectionSnapshot);
+    // The message reaches the panel as it stands; the previous snapshot stays.
+    void failPageInspectionSnapshot(std::string message);
+
+    // Derived values.
+    std::optional<EditableDocument> selectedDocument() const;
+    // Nothing for a source document.
+    std::optional<SitePage> selectedPage() const;
+    // What the preview shows: the selected page through the private scheme, or why there is nothing.
+    PreviewTarget previewTarget() const;
+    // Null when nothing is selected or the selection has no session; valid until the next operation.
+    const PageEditSession* selectedEditSession() const;
+    std::vector<EditableDocument> sourceDocuments() const;
+    std::size_t sourceDocumentCount() const;
+    // Newest first.
+    std::vector<PageUndoSnapshot> selectedPageUndoHistory() const;
+    // "Pending autosave", "At opened baseline" or "Autosaved changes".
+    std::string editStateDescription() const;
+    // The whole-file diff of the selected document against its opened baseline, or "No file selected.".
+    std::u16string selectedPageDiff() const;
+
+    // The document a newly opened workspace selects.
+    static std::optional<std::string> defaultSelectedDocumentID(const SiteMap&, const std::vector<EditableDocument>&,
+                                                                FrontendProjectPresence);
+    // A readable title from a path or folder name: "my-first_page.html" gives "My First Page",
+    // "blog/index.html" gives "Blog"; an index page with no folder in the path is named "Index".
+    static std::string pageTitle(std::string_view path);
+    // The text of a new page with this title (inserted unescaped).
+    static std::u16string starterPageText(std::string_view title);
+
+private:
+    void setEditorTextFromStore(std::u16string text);
+    void loadSelectedPage();
+    void recordUndoSnapshot(const std::string& pageID, const std::u16string& text);
+    void scheduleAutosave();
+    void autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t generation);
+    void cancelAutosaveTask();
+    void publishFailedWorkspace(const std::string& message);
+    PageEditSession* mutableSelectedEditSession();
+
+    WorkspaceRecentProjectsStore& m_recentProjectsStore;
+    Scheduler& m_scheduler;
+    SiteGraphBuilder m_siteGraphBuilder;
+
+    ObservableProperty<std::optional<std::filesystem::path>> m_rootURL;
+    ObservableProperty<std::optional<SiteMap>> m_siteMap;
+    ObservableProperty<std::vector<EditableDocument>> m_editableDocuments;
+    ObservableProperty<std::optional<std::string>> m_selectedPageID;
+    ObservableProperty<std::u16string> m_editorText;
+    ObservableProperty<UUID> m_previewReloadToken { UUID::random() };
+    ObservableProperty<std::optional<std::string>> m_errorMessage;
+    ObservableProperty<std::vector<WorkspaceRecentProject>> m_recentProjects;
+
+    BrightloopStore m_brightloopStore;
+    PageInspectionStore m_pageInspectionStore;
+    std::map<std::string, PageEditSession> m_editSessions;
+    std::map<std::string, std::vector<PageUndoSnapshot>> m_undoHistories;
+    bool m_isLoadingEditorText { false };
+    std::optional<ScheduledTask> m_autosaveTask;
+    std::uint64_t m_autosaveGeneration { 0 };
+    // Background completions hold a weak reference to this and drop their result once it is gone.
+    std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
+};
+
+}

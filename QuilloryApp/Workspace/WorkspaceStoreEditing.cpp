@@ -1,0 +1,210 @@
+#include "QuilloryApp/Workspace/WorkspaceStore.h"
+
+#include "QuilloryCore/Editing/PageUndoHistory.h"
+#include "QuilloryCore/Editing/UnifiedDiff.h"
+#include "QuilloryCore/Text/TextFile.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace Quillory {
+
+void WorkspaceStore::cancelAutosaveTask()
+{
+    m_autosaveTask.reset();
+}
+
+// Edit sessions.
+
+PageEditSession* WorkspaceStore::mutableSelectedEditSession()
+{
+    const auto& selection = m_selectedPageID.get();
+    if (!selection)
+        return nullptr;
+    auto session = m_editSessions.find(*selection);
+    return session == m_editSessions.end() ? nullptr : &session->second;
+}
+
+void WorkspaceStore::editorTextDidChange()
+{
+    if (m_isLoadingEditorText)
+        return;
+    if (!m_selectedPageID.get())
+        return;
+    if (auto* session = mutableSelectedEditSession()) {
+        // The text as it stood before this change; every change that alters the text records one.
+        if (session->currentText != m_editorText.get())
+            recordUndoSnapshot(session->pageID, session->currentText);
+        session->updateCurrentText(m_editorText.get());
+    }
+    // The generation is the guard against stale autosave results; it must never wrap around.
+    if (m_autosaveGeneration == std::numeric_limits<std::uint64_t>::max())
+        std::abort();
+    ++m_autosaveGeneration;
+    scheduleAutosave();
+}
+
+void WorkspaceStore::recordUndoSnapshot(const std::string& pageID, const std::u16string& text)
+{
+    auto& history = m_undoHistories[pageID];
+    PageUndoHistory::record(history, text, std::chrono::system_clock::now());
+}
+
+void WorkspaceStore::scheduleAutosave()
+{
+    // Each change starts the delay again.
+    cancelAutosaveTask();
+    auto generation = m_autosaveGeneration;
+    // The handle dies with the store, which stops the callback, so `this` stays valid in it.
+    m_autosaveTask = m_scheduler.schedule(autosaveDelay, [this, generation] { autosaveCurrentPageInBackgroundIfNeeded(generation); });
+}
+
+void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t generation)
+{
+    if (generation != m_autosaveGeneration)
+        return;
+    auto document = selectedDocument();
+    const auto* session = selectedEditSession();
+    if (!m_rootURL.get() || !document || !session)
+        return;
+    if (session->currentText == session->lastAutosavedText)
+        return;
+
+    auto text = session->currentText;
+    auto pageID = document->id();
+    // The worker touches only these copies. The Git file snapshot will join the write here.
+    auto write = [url = document->url, text]() -> std::optional<std::string> {
+        try {
+            TextFile::writeUTF8Atomically(url, text);
+            return std::nullopt;
+        } catch (const std::exception& error) {
+            return std::string(error.what());
+        }
+    };
+    auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text](std::optional<std::string> failure) {
+        if (!lifetime.lock())
+            return;
+        // A result that no longer describes the selected text is dropped without a message.
+        if (generation != m_autosaveGeneration || m_selectedPageID.get() != pageID)
+            return;
+        auto stored = m_editSessions.find(pageID);
+        if (stored == m_editSessions.end() || stored->second.currentText != text)
+            return;
+        if (failure) {
+            // lastAutosavedText stays, so the page stays pending and the next change tries again.
+            m_errorMessage.set(*failure);
+            return;
+        }
+        stored->second.lastAutosavedText = text;
+        // The Git snapshot is published here.
+        m_previewReloadToken.set(UUID::random());
+        m_pageInspectionStore.clear();
+        m_errorMessage.set(std::nullopt);
+        // A quiet Git status refresh starts here, 0.15 seconds later.
+    };
+    m_scheduler.runInBackground(std::move(write), std::move(apply));
+}
+
+bool WorkspaceStore::autosaveCurrentPageIfNeeded()
+{
+    auto document = selectedDocument();
+    auto* session = mutableSelectedEditSession();
+    if (!document || !session || session->currentText == session->lastAutosavedText)
+        return true;
+    try {
+        TextFile::writeUTF8Atomically(document->url, session->currentText);
+    } catch (const std::exception& error) {
+        m_errorMessage.set(error.what());
+        return false;
+    }
+    session->markAutosaved();
+    m_previewReloadToken.set(UUID::random());
+    m_pageInspectionStore.clear();
+    m_errorMessage.set(std::nullopt);
+    // The Git snapshot refresh and a quiet Git status refresh 0.15 seconds later start here.
+    return true;
+}
+
+bool WorkspaceStore::undoSelectedPageChange(const std::optional<UUID>& snapshotID)
+{
+    auto* session = mutableSelectedEditSession();
+    if (!session)
+        return false;
+    auto history = m_undoHistories.find(session->pageID);
+    if (history == m_undoHistories.end() || history->second.empty())
+        return false;
+    auto result = PageUndoHistory::undo(history->second, snapshotID, session->currentText, std::chrono::system_clock::now());
+    if (!result)
+        return false;
+    session->updateCurrentText(result->restoredText);
+    history->second = std::move(result->history);
+    // A store write: it records no snapshot of its own.
+    setEditorTextFromStore(std::move(result->restoredText));
+    m_previewReloadToken.set(UUID::random());
+    m_pageInspectionStore.clear();
+    scheduleAutosave();
+    return true;
+}
+
+void WorkspaceStore::revertSelectedPageToOpenedBaseline()
+{
+    cancelAutosaveTask();
+    auto document = selectedDocument();
+    auto* session = mutableSelectedEditSession();
+    if (!document || !session)
+        return;
+    try {
+        TextFile::writeUTF8Atomically(document->url, session->openedBaselineText);
+    } catch (const std::exception& error) {
+        m_errorMessage.set(error.what());
+        return;
+    }
+    // The undo history stays as it is; no snapshot of the discarded text is taken.
+    session->revertToOpenedBaseline();
+    session->markAutosaved();
+    setEditorTextFromStore(session->openedBaselineText);
+    m_previewReloadToken.set(UUID::random());
+    m_pageInspectionStore.clear();
+    m_errorMessage.set(std::nullopt);
+    // The Git snapshot and a Git status refresh start here.
+}
+
+const PageEditSession* WorkspaceStore::selectedEditSession() const
+{
+    const auto& selection = m_selectedPageID.get();
+    if (!selection)
+        return nullptr;
+    auto session = m_editSessions.find(*selection);
+    return session == m_editSessions.end() ? nullptr : &session->second;
+}
+
+std::vector<PageUndoSnapshot> WorkspaceStore::selectedPageUndoHistory() const
+{
+    const auto& selection = m_selectedPageID.get();
+    if (!selection)
+        return {};
+    auto history = m_undoHistories.find(*selection);
+    return history == m_undoHistories.end() ? std::vector<PageUndoSnapshot> {} : history->second;
+}
+
+std::string WorkspaceStore::editStateDescription() const
+{
+    const auto* session = selectedEditSession();
+    if (session && session->currentText != session->lastAutosavedText)
+        return "Pending autosave";
+    if (!session || session->currentText == session->openedBaselineText)
+        return "At opened baseline";
+    return "Autosaved changes";
+}
+
+std::u16string WorkspaceStore::selectedPageDiff() const
+{
+    auto document = selectedDocument();
+    const auto* session = selectedEditSession();
+    if (!document || !session)
+        return u"No file selected.";
+    return UnifiedDiff::make(session->openedBaselineText, session->currentText, document->relativePath, "opened", "current");
+}
+
+}

@@ -1,0 +1,194 @@
+#include "QuilloryCore/SiteModel/HTMLLinkExtractor.h"
+
+#include "QuilloryCore/Text/StringHelpers.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
+
+namespace Quillory {
+
+// The matcher below is written out by hand because ICU's backtracking over every "<" of a site
+// was most of a site scan. It takes the expression's matches exactly as ICU does, so its
+// character classes are ICU's: \s is White_Space, and \b compares word characters
+// ([\p{Alphabetic}\p{M}\p{Nd}\p{Pc}\u200c\u200d]) on either side, looking past combining and
+// format characters backwards and finding no boundary in front of one.
+
+namespace {
+
+bool isAttributeSpace(char16_t character)
+{
+    // No White_Space character lies outside the BMP, so a code unit can be tested on its own.
+    return u_hasBinaryProperty(character, UCHAR_WHITE_SPACE);
+}
+
+bool isWordCharacter(UChar32 character)
+{
+    if (character < 0x80)
+        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') || character == '_';
+    return u_hasBinaryProperty(character, UCHAR_ALPHABETIC) || (U_GET_GC_MASK(character) & (U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK))
+        || character == 0x200C || character == 0x200D;
+}
+
+// Combining and format characters, which a word boundary test looks through.
+bool isBoundaryTransparent(UChar32 character)
+{
+    if (character < 0x80)
+        return false;
+    return u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) || u_charType(character) == U_FORMAT_CHAR;
+}
+
+bool isWordBoundary(std::u16string_view text, std::size_t position)
+{
+    bool followingIsWord = false;
+    if (position < text.size()) {
+        UChar32 character;
+        U16_GET(text.data(), 0, position, text.size(), character);
+        if (isBoundaryTransparent(character))
+            return false;
+        followingIsWord = isWordCharacter(character);
+    }
+    bool precedingIsWord = false;
+    while (position > 0) {
+        UChar32 character;
+        U16_PREV(text.data(), 0, position, character);
+        if (!isBoundaryTransparent(character)) {
+            precedingIsWord = isWordCharacter(character);
+            break;
+        }
+    }
+    return followingIsWord != precedingIsWord;
+}
+
+// The first `character` at or after `from`, or the text's size. Four code units at a time: most of
+// a page is text between tags, and this search is most of the extractor's time.
+std::size_t find(std::u16string_view text, char16_t character, std::size_t from)
+{
+    constexpr std::uint64_t lowBits = 0x0001000100010001u;
+    constexpr std::uint64_t highBits = 0x8000800080008000u;
+    const std::uint64_t pattern = lowBits * character;
+    auto index = from;
+    for (; index + 4 <= text.size(); index += 4) {
+        std::uint64_t units;
+        std::memcpy(&units, text.data() + index, sizeof units);
+        auto difference = units ^ pattern;
+        // A lane is zero, that is the character, exactly where this leaves its high bit set;
+        // a borrow only ever runs past a zero lane, so the lowest flagged lane is exact.
+        auto zeroLanes = (difference - lowBits) & ~difference & highBits;
+        if (zeroLanes) {
+            auto lane = static_cast<std::size_t>(std::countr_zero(zeroLanes)) / 16;
+            return index + (std::endian::native == std::endian::little ? lane : 3 - lane);
+        }
+    }
+    for (; index < text.size(); ++index) {
+        if (text[index] == character)
+            return index;
+    }
+    return text.size();
+}
+
+bool isQuote(char16_t character)
+{
+    return character == u'"' || character == u'\'';
+}
+
+// ASCII letters compared case-insensitively; no other character folds to a, e, f, h or r alone.
+bool isLetter(char16_t character, char lowercase)
+{
+    return (character | 0x20) == lowercase;
+}
+
+struct LinkMatch {
+    std::size_t valueStart;
+    std::size_t valueEnd;
+    std::size_t matchEnd;
+};
+
+// The rest of a match whose "href" begins at `position`: spaces, "=", spaces, a quote, a value of
+// no quotes, a quote, and a ">" somewhere after it.
+std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t position)
+{
+    if (!isLetter(text[position], 'h') || !isLetter(text[position + 1], 'r') || !isLetter(text[position + 2], 'e')
+        || !isLetter(text[position + 3], 'f') || !isWordBoundary(text, position))
+        return std::nullopt;
+    auto index = position + 4;
+    while (index < text.size() && isAttributeSpace(text[index]))
+        ++index;
+    if (index == text.size() || text[index] != u'=')
+        return std::nullopt;
+    ++index;
+    while (index < text.size() && isAttributeSpace(text[index]))
+        ++index;
+    if (index == text.size() || !isQuote(text[index]))
+        return std::nullopt;
+    auto valueStart = ++index;
+    while (index < text.size() && !isQuote(text[index]))
+        ++index;
+    if (index == valueStart || index == text.size())
+        return std::nullopt;
+    auto valueEnd = index;
+    auto tagEnd = find(text, u'>', valueEnd + 1);
+    if (tagEnd == text.size())
+        return std::nullopt;
+    return LinkMatch { valueStart, valueEnd, tagEnd + 1 };
+}
+
+// The match that starts with the "<" at `start`, if any.
+std::optional<LinkMatch> linkAt(std::u16string_view text, std::size_t start)
+{
+    if (start + 1 >= text.size() || !isLetter(text[start + 1], 'a') || !isWordBoundary(text, start + 2))
+        return std::nullopt;
+    // [^>]* runs to the first ">" and gives back from there, so the last "href" before that ">"
+    // that completes a match is the one taken. The value itself may run past that ">".
+    auto firstClose = find(text, u'>', start + 2);
+    for (auto position = firstClose; position >= start + 2 + 4; --position) {
+        if (auto match = hrefAttributeAt(text, position - 4))
+            return match;
+    }
+    return std::nullopt;
+}
+
+// A value that begins and ends with ASCII other than white space is trimmed already.
+std::u16string_view trimmed(std::u16string_view value, std::u16string& storage)
+{
+    auto isTrimmedEnd = [](char16_t unit) { return unit < 0x80 && !StringHelpers::isWhitespaceOrNewline(unit); };
+    if (isTrimmedEnd(value.front()) && isTrimmedEnd(value.back()))
+        return value;
+    storage = StringHelpers::trimmingWhitespaceAndNewlines(value);
+    return storage;
+}
+
+// Most values are ASCII, whose code units are their UTF-8 bytes.
+std::string utf8(std::u16string_view value)
+{
+    for (auto unit : value) {
+        if (unit >= 0x80)
+            return UnicodeText::utf8FromUTF16(value);
+    }
+    return std::string(value.begin(), value.end());
+}
+
+}
+
+std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) const
+{
+    std::vector<std::string> found;
+    std::size_t searchFrom = 0;
+    for (auto start = find(html, u'<', 0); start != html.size(); start = find(html, u'<', searchFrom)) {
+        auto match = linkAt(html, start);
+        if (!match) {
+            searchFrom = start + 1;
+            continue;
+        }
+        std::u16string storage;
+        found.push_back(utf8(trimmed(html.substr(match->valueStart, match->valueEnd - match->valueStart), storage)));
+        searchFrom = match->matchEnd;
+    }
+    return found;
+}
+
+}

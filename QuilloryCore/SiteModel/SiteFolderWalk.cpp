@@ -1,0 +1,80 @@
+#include "QuilloryCore/SiteModel/SiteFolderWalk.h"
+
+#include "QuilloryCore/Text/FilePaths.h"
+#include "QuilloryCore/Text/QuilloryErrors.h"
+#include "QuilloryCore/Text/TextFile.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace Quillory::SiteFolderWalk {
+
+namespace {
+
+// The standardized entry path less as many characters as the root's, with the "/"-separated
+// components joined again without empty ones.
+std::string relativePath(const std::string& standardizedEntryPath, const std::string& rootText)
+{
+    std::string_view rest(standardizedEntryPath);
+    rest.remove_prefix(std::min(rootText.size(), rest.size()));
+    std::string joined;
+    std::size_t start = 0;
+    while (start <= rest.size()) {
+        auto slash = rest.find('/', start);
+        if (slash == std::string_view::npos)
+            slash = rest.size();
+        if (slash > start) {
+            if (!joined.empty())
+                joined.push_back('/');
+            joined.append(rest.substr(start, slash - start));
+        }
+        start = slash + 1;
+    }
+    return joined;
+}
+
+bool isSkipped(const std::string& name, const std::vector<std::string_view>& skippedNames)
+{
+    if (!name.empty() && name.front() == '.')
+        return true;
+    return std::find(skippedNames.begin(), skippedNames.end(), name) != skippedNames.end();
+}
+
+}
+
+std::vector<Entry> regularFiles(const std::filesystem::path& folder, const std::filesystem::path& standardizedRoot,
+                                const std::vector<std::string_view>& skippedNames)
+{
+    // Symbolic links to folders are not followed (the iterator's default): a link can neither
+    // lead the walk out of the site nor into a cycle. A link to a file is not a regular file
+    // either, since its own type is read below, so the site is what is really in its folder.
+    std::error_code error;
+    std::filesystem::recursive_directory_iterator walk(folder, std::filesystem::directory_options::skip_permission_denied, error);
+    if (error)
+        return {};
+
+    const auto& rootText = standardizedRoot.native();
+    std::vector<Entry> entries;
+    for (const std::filesystem::recursive_directory_iterator end; walk != end;) {
+        const auto& entry = *walk;
+        if (isSkipped(entry.path().filename().native(), skippedNames)) {
+            walk.disable_recursion_pending();
+        } else {
+            auto status = entry.symlink_status(error);
+            if (error)
+                throw FileScanError("The file " + TextFile::quotedFileName(entry.path()) + " couldn\u2019t be examined: " + error.message() + ".");
+            if (std::filesystem::is_regular_file(status)) {
+                auto url = FilePaths::standardized(entry.path());
+                entries.push_back({ relativePath(url.native(), rootText), std::move(url) });
+            }
+        }
+        walk.increment(error);
+        // Folders without permission are skipped; any other failure to go on (a folder that
+        // vanished mid-walk) ends the walk with what was found. Only an unreadable type is an error.
+        if (error)
+            break;
+    }
+    return entries;
+}
+
+}

@@ -1,0 +1,382 @@
+#include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
+
+#include "QuilloryCore/Text/FilePaths.h"
+#include "QuilloryCore/SiteModel/SiteFolderWalk.h"
+#include "QuilloryCore/SiteModel/SiteRouteResolver.h"
+#include "QuilloryCore/Text/StringHelpers.h"
+#include "QuilloryCore/Text/TextFile.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
+#include <unordered_set>
+
+namespace Quillory {
+
+namespace {
+
+std::vector<std::string_view> nonEmptyComponents(std::string_view path, char separator)
+{
+    std::vector<std::string_view> components;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        auto end = path.find(separator, start);
+        if (end == std::string_view::npos)
+            end = path.size();
+        if (end > start)
+            components.push_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    return components;
+}
+
+// The title rule's expressions, <h1\b[^>]*>(.*?)</h1> and <title\b[^>]*>(.*?)</title> (ICU,
+// case-insensitive, "." matching line ends), and <[^>]+> for the tags inside a capture, are matched
+// by hand below with exactly their results: compiling and running ICU's matchers was a large part
+// of a site scan.
+
+// Whether `text` holds `lowercaseLiteral` at `position`, ASCII letters in either case. No other
+// character folds to a letter of the literals used here.
+bool hasLiteral(std::u16string_view text, std::size_t position, std::u16string_view lowercaseLiteral)
+{
+    if (text.size() - position < lowercaseLiteral.size())
+        return false;
+    for (std::size_t index = 0; index < lowercaseLiteral.size(); ++index) {
+        auto unit = text[position + index];
+        auto expected = lowercaseLiteral[index];
+        bool isLetter = expected >= u'a' && expected <= u'z';
+        if (unit != expected && !(isLetter && unit == expected - (u'a' - u'A')))
+            return false;
+    }
+    return true;
+}
+
+// ICU's \b behind a word character: the end of the text, or a character that is neither a word
+// character ([\p{Alphabetic}\p{M}\p{Nd}\p{Pc}\u200c\u200d]) nor a combining or format character,
+// in front of which ICU sees no boundary.
+bool isWordEnd(std::u16string_view text, std::size_t position)
+{
+    if (position == text.size())
+        return true;
+    UChar32 character;
+    U16_GET(text.data(), 0, position, text.size(), character);
+    if (character < 0x80)
+        return !((character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') || character == '_');
+    if (u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) || u_charType(character) == U_FORMAT_CHAR)
+        return false;
+    bool isWordCharacter = u_hasBinaryProperty(character, UCHAR_ALPHABETIC)
+        || (U_GET_GC_MASK(character) & (U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK)) || character == 0x200C || character == 0x200D;
+    return !isWordCharacter;
+}
+
+// The content of the first element `<name ...>content</name>`: the opening tag runs to its first
+// ">", the content to the first closing tag after it.
+std::optional<std::u16string_view> firstElementContent(std::u16string_view html, std::u16string_view openingName, std::u16string_view closingTag)
+{
+    for (auto start = html.find(u'<'); start != std::u16string_view::npos; start = html.find(u'<', start + 1)) {
+        auto nameEnd = start + 1 + openingName.size();
+        if (!hasLiteral(html, start + 1, openingName) || !isWordEnd(html, nameEnd))
+            continue;
+        // Without a ">" or a closing tag behind this start there is none behind a later one.
+        auto tagEnd = html.find(u'>', nameEnd);
+        if (tagEnd == std::u16string_view::npos)
+            return std::nullopt;
+        auto contentStart = tagEnd + 1;
+        for (auto close = html.find(u'<', contentStart); close != std::u16string_view::npos; close = html.find(u'<', close + 1)) {
+            if (hasLiteral(html, close, closingTag))
+                return html.substr(contentStart, close - contentStart);
+        }
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+// The text with every "<", one or more characters other than ">", and ">" removed.
+std::u16string removingTags(std::u16string_view text)
+{
+    std::u16string result;
+    result.reserve(text.size());
+    std::size_t copiedUpTo = 0;
+    for (auto start = text.find(u'<'); start != std::u16string_view::npos; start = text.find(u'<', start + 1)) {
+        auto end = text.find(u'>', start + 1);
+        if (end == std::u16string_view::npos)
+            break;
+        if (end == start + 1)
+            continue;
+        result.append(text.substr(copiedUpTo, start - copiedUpTo));
+        copiedUpTo = end + 1;
+        start = end;
+    }
+    result.append(text.substr(copiedUpTo));
+    return result;
+}
+
+std::u16string replacingAmpersandEntities(std::u16string_view text)
+{
+    constexpr std::u16string_view entity = u"&amp;";
+    std::u16string result;
+    result.reserve(text.size());
+    std::size_t copiedUpTo = 0;
+    for (auto found = text.find(entity); found != std::u16string_view::npos; found = text.find(entity, copiedUpTo)) {
+        result.append(text.substr(copiedUpTo, found - copiedUpTo));
+        result.push_back(u'&');
+        copiedUpTo = found + entity.size();
+    }
+    result.append(text.substr(copiedUpTo));
+    return result;
+}
+
+// The first of the non-empty "/"-separated components, when there are at least two.
+std::optional<std::string_view> firstComponentOfNestedPath(std::string_view path)
+{
+    auto start = path.find_first_not_of('/');
+    if (start == std::string_view::npos)
+        return std::nullopt;
+    auto end = path.find('/', start);
+    if (end == std::string_view::npos || path.find_first_not_of('/', end) == std::string_view::npos)
+        return std::nullopt;
+    return path.substr(start, end - start);
+}
+
+// The parent folder of a page path; page paths have no empty components, so no split is needed.
+std::string_view parentFolder(std::string_view relativePath)
+{
+    auto slash = relativePath.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : relativePath.substr(0, slash);
+}
+
+bool isASCII(std::string_view bytes)
+{
+    // Eight bytes at a time: any byte with its high bit set ends it.
+    std::size_t index = 0;
+    for (; index + 8 <= bytes.size(); index += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes.data() + index, sizeof word);
+        if (word & 0x8080808080808080u)
+            return false;
+    }
+    for (; index < bytes.size(); ++index) {
+        if (static_cast<unsigned char>(bytes[index]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// ASCII bytes as UTF-16 code units. Blocks of sixteen go through local arrays, which the compiler
+// can widen a vector at a time, knowing that they don't overlap.
+std::u16string widened(std::string_view bytes)
+{
+    std::u16string text(bytes.size(), u'\0');
+    constexpr std::size_t blockSize = 16;
+    std::size_t index = 0;
+    for (; index + blockSize <= bytes.size(); index += blockSize) {
+        unsigned char narrow[blockSize];
+        char16_t wide[blockSize];
+        std::memcpy(narrow, bytes.data() + index, blockSize);
+        for (std::size_t offset = 0; offset < blockSize; ++offset)
+            wide[offset] = narrow[offset];
+        std::memcpy(text.data() + index, wide, sizeof wide);
+    }
+    for (; index < bytes.size(); ++index)
+        text[index] = static_cast<unsigned char>(bytes[index]);
+    return text;
+}
+
+// A page's text, as TextFile::readUTF8 gives it. Pages are nearly always ASCII, whose bytes are
+// its UTF-16 code units, so only other pages go through the strict converter; for one that isn't
+// UTF-8 the file reader is asked again, so that the build ends with its error.
+std::u16string pageText(const std::filesystem::path& url)
+{
+    auto bytes = TextFile::readBytes(url);
+    if (isASCII(bytes))
+        return widened(bytes);
+    if (auto text = UnicodeText::utf16FromUTF8(bytes))
+        return std::move(*text);
+    return TextFile::readUTF8(url);
+}
+
+bool isIndexPagePath(std::string_view relativePath)
+{
+    return relativePath == "index.html" || relativePath == "index.htm" || StringHelpers::endsWith(relativePath, "/index.html")
+        || StringHelpers::endsWith(relativePath, "/index.htm");
+}
+
+}
+
+SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL) const
+{
+    auto root = FilePaths::standardized(rootURL);
+
+    // Discovery gives each path once, in plain string order, so the pages are sorted as they are
+    // made. Links name pages by id, which is the path alone, so the resolver can be made before
+    // any title is known, and each page is read once, for its title and its links together.
+    std::vector<SitePage> pages;
+    for (auto& relativePath : discoverHTMLPages(root)) {
+        auto url = FilePaths::appending(root, relativePath);
+        pages.emplace_back(std::move(relativePath), std::move(url), std::string());
+    }
+
+    SiteRouteResolver resolver(root, pages);
+    std::map<std::string, std::vector<std::string>> linksByPageID;
+    for (auto& page : pages) {
+        auto text = pageText(page.url);
+        page.title = pageTitle(text, page.relativePath);
+        std::vector<std::string> targets;
+        std::unordered_set<std::string_view> seen;
+        for (auto& href : linkExtractor.hrefs(text)) {
+            auto target = resolver.page(href, page.relativePath);
+            if (target && seen.insert(target->id).second)
+                targets.push_back(target->id);
+        }
+        linksByPageID.emplace_hint(linksByPageID.end(), page.id, std::move(targets));
+    }
+
+    auto primaryTree = buildPrimaryTree(pages);
+    auto placedIDs = primaryTree.flattenedPageIDs();
+    std::unordered_set<std::string> placed(placedIDs.begin(), placedIDs.end());
+    std::vector<SitePage> unplacedPages;
+    for (auto& page : pages) {
+        if (!placed.contains(page.id))
+            unplacedPages.push_back(page);
+    }
+
+    return SiteMap { std::move(root), std::move(pages), std::move(primaryTree), std::move(unplacedPages), std::move(linksByPageID) };
+}
+
+std::string SiteGraphBuilder::pageTitle(std::u16string_view html, std::string_view relativePath)
+{
+    // The first h1 wins over <title>, and an empty capture is kept rather than passed over.
+    auto capture = firstElementContent(html, u"h1", u"</h1>");
+    if (!capture)
+        capture = firstElementContent(html, u"title", u"</title>");
+    if (!capture)
+        return titleFromPath(relativePath);
+
+    auto decoded = replacingAmpersandEntities(removingTags(*capture));
+    return UnicodeText::utf8FromUTF16(StringHelpers::trimmingWhitespaceAndNewlines(decoded));
+}
+
+std::string SiteGraphBuilder::titleFromPath(std::string_view relativePath)
+{
+    auto components = nonEmptyComponents(relativePath, '/');
+    if (relativePath == "index.html")
+        return "Home";
+
+    std::string stem;
+    if (components.size() >= 2 && components.back() == "index.html")
+        stem = components[components.size() - 2];
+    else if (!components.empty())
+        stem = FilePaths::deletingPathExtension(components.back());
+
+    std::replace(stem.begin(), stem.end(), '-', ' ');
+    std::replace(stem.begin(), stem.end(), '_', ' ');
+
+    std::string title;
+    for (auto word : nonEmptyComponents(stem, ' ')) {
+        if (!title.empty())
+            title.push_back(' ');
+        title.append(StringHelpers::capitalized(word));
+    }
+    return title;
+}
+
+std::vector<std::string> SiteGraphBuilder::discoverHTMLPages(const std::filesystem::path& root)
+{
+    std::vector<std::string> relativePaths;
+    for (auto& entry : SiteFolderWalk::regularFiles(root, root, { "node_modules" })) {
+        auto extension = StringHelpers::asciiLowercased(FilePaths::pathExtension(entry.url.native()));
+        if (extension == "html" || extension == "htm")
+            relativePaths.push_back(std::move(entry.relativePath));
+    }
+    std::sort(relativePaths.begin(), relativePaths.end());
+    return relativePaths;
+}
+
+PageTreeNode SiteGraphBuilder::buildPrimaryTree(const std::vector<SitePage>& pages)
+{
+    PageByPath pageByPath;
+    pageByPath.reserve(pages.size());
+    for (auto& page : pages)
+        pageByPath.emplace(page.relativePath, &page);
+
+    // "index.htm" is not looked for at the root: without index.html the first page stands in.
+    const SitePage* rootPage = nullptr;
+    if (auto index = pageByPath.find("index.html"); index != pageByPath.end())
+        rootPage = index->second;
+    else if (!pages.empty())
+        rootPage = &pages.front();
+
+    std::optional<std::string> rootPageID;
+    if (rootPage)
+        rootPageID = rootPage->id;
+    auto children = childNodes("", pages, pageByPath, rootPageID);
+    return PageTreeNode(rootPage ? rootPage->title : "Site", rootPageID, std::move(children));
+}
+
+std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder, std::span<const SitePage> pages,
+                                                       const PageByPath& pageByPath, const std::optional<std::string>& excluding)
+{
+    std::vector<PageTreeNode> nodes;
+    for (auto& childFolder : immediateChildFolders(folder, pages)) {
+        auto childPrefix = childFolder + "/";
+        auto below = std::lower_bound(pages.begin(), pages.end(), childPrefix,
+                                      [](const SitePage& page, const std::string& prefix) { return page.relativePath < prefix; });
+        auto beyond = std::partition_point(below, pages.end(),
+                                           [&](const SitePage& page) { return StringHelpers::startsWith(page.relativePath, childPrefix); });
+
+        const SitePage* indexPage = nullptr;
+        if (auto index = pageByPath.find(childFolder + "/index.html"); index != pageByPath.end())
+            indexPage = index->second;
+        else if (auto indexHTM = pageByPath.find(childFolder + "/index.htm"); indexHTM != pageByPath.end())
+            indexPage = indexHTM->second;
+
+        std::optional<std::string> indexPageID;
+        if (indexPage)
+            indexPageID = indexPage->id;
+        auto children = childNodes(childFolder, std::span<const SitePage>(below, beyond), pageByPath, indexPageID);
+        nodes.emplace_back(indexPage ? indexPage->title : titleFromPath(childFolder), indexPageID, std::move(children));
+    }
+
+    for (auto& page : pages) {
+        if (excluding && page.id == *excluding)
+            continue;
+        if (parentFolder(page.relativePath) != folder)
+            continue;
+        // Index pages belong to their folder's node; one that isn't (index.htm beside index.html,
+        // or at the root) stays unplaced.
+        if (isIndexPagePath(page.relativePath))
+            continue;
+        nodes.emplace_back(page.title, page.id, std::vector<PageTreeNode>());
+    }
+
+    // Stable, so that a folder stands before a page of the same title.
+    std::stable_sort(nodes.begin(), nodes.end(),
+                     [](auto& a, auto& b) { return StringHelpers::localizedStandardLess(a.title, b.title); });
+    return nodes;
+}
+
+std::vector<std::string> SiteGraphBuilder::immediateChildFolders(const std::string& folder, std::span<const SitePage> pages)
+{
+    auto prefix = folder.empty() ? std::string() : folder + "/";
+    std::vector<std::string> folders;
+    for (auto& page : pages) {
+        if (!StringHelpers::startsWith(page.relativePath, prefix))
+            continue;
+        auto rest = std::string_view(page.relativePath).substr(prefix.size());
+        auto component = firstComponentOfNestedPath(rest);
+        if (!component)
+            continue;
+        // Pages of one folder lie side by side in path order; this only spares copies.
+        if (!folders.empty() && std::string_view(folders.back()).substr(prefix.size()) == *component)
+            continue;
+        folders.push_back(prefix + std::string(*component));
+    }
+    std::sort(folders.begin(), folders.end());
+    folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
+    return folders;
+}
+
+}

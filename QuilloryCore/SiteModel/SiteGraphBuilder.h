@@ -1,0 +1,48 @@
+#pragma once
+
+#include "QuilloryCore/SiteModel/HTMLLinkExtractor.h"
+#include "QuilloryCore/SiteModel/SiteGraphModels.h"
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Quillory {
+
+// Turns a folder on disk into a SiteMap: its HTML pages with titles, the sidebar tree, the pages
+// the tree could not place, and the links between pages. Synchronous; keeps no shared state.
+class SiteGraphBuilder {
+public:
+    // Scans `rootURL` from scratch. The first error ends the build, with no partial result:
+    // FileReadError for a page that can't be read or isn't valid UTF-8, FileScanError when an
+    // entry's type can't be read. A root that can't be listed gives a site without pages.
+    // Symbolic links are neither followed into folders nor taken for pages.
+    SiteMap build(const std::filesystem::path& rootURL) const;
+
+    // The page title: the first h1's content, else the first title element's, else
+    // titleFromPath. Tags are stripped, "&amp;" becomes "&", the ends are trimmed; an empty
+    // capture stays empty. UTF-16 text in, UTF-8 out.
+    static std::string pageTitle(std::u16string_view html, std::string_view relativePath);
+    // A readable title from a relative path of a page or folder: "index.html" is "Home",
+    // "docs/index.html" is "Docs", "getting-started_now" is "Getting Started Now".
+    static std::string titleFromPath(std::string_view relativePath);
+
+private:
+    using PageByPath = std::unordered_map<std::string, const SitePage*>;
+
+    static std::vector<std::string> discoverHTMLPages(const std::filesystem::path& root);
+    static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages);
+    // `pages` holds, in path order, at least every page below `folder`: pages that share a path
+    // prefix lie side by side in path order, so each folder looks only at its own.
+    static std::vector<PageTreeNode> childNodes(const std::string& folder, std::span<const SitePage> pages,
+                                                const PageByPath& pageByPath, const std::optional<std::string>& excluding);
+    static std::vector<std::string> immediateChildFolders(const std::string& folder, std::span<const SitePage> pages);
+
+    HTMLLinkExtractor linkExtractor;
+};
+
+}

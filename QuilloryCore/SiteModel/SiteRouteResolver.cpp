@@ -1,0 +1,313 @@
+#include "QuilloryCore/SiteModel/SiteRouteResolver.h"
+
+#include "QuilloryCore/Text/FilePaths.h"
+#include "QuilloryCore/Text/StringHelpers.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <initializer_list>
+#include <system_error>
+
+namespace Quillory {
+
+std::string_view ResolvedSiteResource::kindName() const
+{
+    switch (kind.tag()) {
+    case Kind::Tag::localPage:
+        return "localPage";
+    case Kind::Tag::localAsset:
+        return "localAsset";
+    case Kind::Tag::missingLocalRoute:
+        return "missingLocalRoute";
+    case Kind::Tag::external:
+        return "external";
+    case Kind::Tag::ignored:
+        return "ignored";
+    }
+    return "ignored";
+}
+
+namespace {
+
+constexpr std::string_view siteSchemeName = "quillory-site";
+
+std::vector<std::string_view> nonEmptyComponents(std::string_view path)
+{
+    std::vector<std::string_view> components;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        auto slash = path.find('/', start);
+        if (slash == std::string_view::npos)
+            slash = path.size();
+        if (slash > start)
+            components.push_back(path.substr(start, slash - start));
+        start = slash + 1;
+    }
+    return components;
+}
+
+std::string joined(const std::vector<std::string_view>& components, std::size_t count)
+{
+    std::string path;
+    for (std::size_t index = 0; index < count; ++index) {
+        if (index)
+            path.push_back('/');
+        path.append(components[index]);
+    }
+    return path;
+}
+
+// Whether splitting at "/" gives an empty piece: a leading, trailing or doubled "/".
+bool hasEmptyComponent(std::string_view path)
+{
+    return path.empty() || path.front() == '/' || path.back() == '/' || path.find("//") != std::string_view::npos;
+}
+
+bool hasEmptyOrDotComponent(std::string_view path)
+{
+    if (hasEmptyComponent(path))
+        return true;
+    for (std::size_t start = 0; start <= path.size();) {
+        auto slash = std::min(path.find('/', start), path.size());
+        auto component = path.substr(start, slash - start);
+        if (component == "." || component == "..")
+            return true;
+        start = slash + 1;
+    }
+    return false;
+}
+
+bool isSchemeCharacter(char character, bool first)
+{
+    bool letter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    if (first)
+        return letter;
+    return letter || (character >= '0' && character <= '9') || character == '+' || character == '-' || character == '.';
+}
+
+// Every scheme the resolver tests is ASCII, so ASCII folding is all the case-insensitivity needed.
+bool startsWithIgnoringASCIICase(std::string_view text, std::string_view lowercasePrefix)
+{
+    if (text.size() < lowercasePrefix.size())
+        return false;
+    for (std::size_t index = 0; index < lowercasePrefix.size(); ++index) {
+        char character = text[index];
+        if (character >= 'A' && character <= 'Z')
+            character = static_cast<char>(character - 'A' + 'a');
+        if (character != lowercasePrefix[index])
+            return false;
+    }
+    return true;
+}
+
+// The scheme of a URL text (before the first ":"), or nothing when the text has none.
+std::optional<std::string_view> urlScheme(std::string_view url)
+{
+    auto colon = url.find(':');
+    if (colon == std::string_view::npos || colon == 0)
+        return std::nullopt;
+    for (std::size_t index = 0; index < colon; ++index) {
+        if (!isSchemeCharacter(url[index], index == 0))
+            return std::nullopt;
+    }
+    return url.substr(0, colon);
+}
+
+}
+
+SiteRouteResolver::SiteRouteResolver(const std::filesystem::path& rootURL, const std::vector<SitePage>& pages)
+    : m_rootURL(FilePaths::standardized(rootURL))
+{
+    auto pageByPath = std::make_shared<PageByPath>();
+    pageByPath->reserve(pages.size());
+    for (auto& page : pages) {
+        if (!pageByPath->emplace(page.relativePath, page).second) {
+            // A site map never holds one path twice; a caller that builds such a list is broken.
+            std::fprintf(stderr, "SiteRouteResolver: the page path \"%s\" occurs twice\n", page.relativePath.c_str());
+            std::abort();
+        }
+    }
+    m_pageByPath = std::move(pageByPath);
+}
+
+SiteRouteResolver::SitePath SiteRouteResolver::sitePath(std::string_view requestPath, std::optional<std::string_view> from)
+{
+    using Kind = ResolvedSiteResource::Kind;
+    if (requestPath.empty() || StringHelpers::startsWith(requestPath, "#"))
+        return { Kind::ignored(), {} };
+    if (StringHelpers::startsWith(requestPath, "//"))
+        return { Kind::external(), {} };
+    for (std::string_view scheme : { "http:", "https:", "mailto:", "tel:" }) {
+        if (startsWithIgnoringASCIICase(requestPath, scheme))
+            return { Kind::external(), {} };
+    }
+    for (std::string_view scheme : { "javascript:", "data:" }) {
+        if (startsWithIgnoringASCIICase(requestPath, scheme))
+            return { Kind::ignored(), {} };
+    }
+
+    auto text = requestPath;
+    text = text.substr(0, text.find('#'));
+    text = text.substr(0, text.find('?'));
+    if (text.empty())
+        return { Kind::ignored(), {} };
+
+    std::string path;
+    path.reserve(text.size() + (from ? from->size() : 0) + 1);
+    if (text.front() == '/') {
+        auto firstNonSlash = text.find_first_not_of('/');
+        if (firstNonSlash != std::string_view::npos)
+            path = text.substr(firstNonSlash);
+    } else {
+        appendParentPath(from.value_or(std::string_view()), path);
+        if (!path.empty())
+            path.push_back('/');
+        path.append(text);
+    }
+
+    // A stray "%" in a file name is no reason to fail: the text then goes on undecoded. Without
+    // any "%" decoding gives the text back or fails, so either way it stays as it is.
+    if (path.find('%') != std::string::npos)
+        path = StringHelpers::removingPercentEncoding(path).value_or(path);
+    auto normalized = normalizeRelativePath(std::move(path));
+    if (normalized.empty())
+        normalized = "index.html";
+    return { std::nullopt, std::move(normalized) };
+}
+
+ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std::optional<std::string_view> from) const
+{
+    using Kind = ResolvedSiteResource::Kind;
+    auto requestPath = StringHelpers::trimmingWhitespaceAndNewlines(reference);
+    auto answer = [&](Kind kind, std::optional<std::string> relativePath = std::nullopt,
+                      std::optional<std::filesystem::path> fileURL = std::nullopt) {
+        return ResolvedSiteResource { std::move(kind), requestPath, std::move(relativePath), std::move(fileURL) };
+    };
+
+    auto [settledKind, normalized] = sitePath(requestPath, from);
+    if (settledKind)
+        return answer(std::move(*settledKind));
+    if (auto page = firstCandidatePage(normalized))
+        return answer(Kind::localPage(page->id), page->relativePath, page->url);
+
+    auto fileURL = FilePaths::standardized(FilePaths::appending(m_rootURL, normalized));
+    if (isRegularFile(fileURL))
+        return answer(Kind::localAsset(), normalized, fileURL);
+    return answer(Kind::missingLocalRoute(), normalized);
+}
+
+const SitePage* SiteRouteResolver::page(std::string_view reference, std::optional<std::string_view> from) const
+{
+    // A reference that begins and ends with ASCII other than white space is trimmed already, and
+    // is taken without a copy.
+    auto isTrimmedEnd = [](char character) {
+        auto byte = static_cast<unsigned char>(character);
+        return byte < 0x80 && !StringHelpers::isWhitespaceOrNewline(byte);
+    };
+    std::string trimmed;
+    auto requestPath = reference;
+    if (reference.empty() || !isTrimmedEnd(reference.front()) || !isTrimmedEnd(reference.back())) {
+        trimmed = StringHelpers::trimmingWhitespaceAndNewlines(reference);
+        requestPath = trimmed;
+    }
+    auto site = sitePath(requestPath, from);
+    return site.settledKind ? nullptr : firstCandidatePage(site.normalizedPath);
+}
+
+ResolvedSiteResource SiteRouteResolver::resolveURL(std::string_view url, std::optional<std::string_view> from) const
+{
+    auto scheme = urlScheme(url);
+    if (!scheme || scheme->size() != siteSchemeName.size() || !startsWithIgnoringASCIICase(*scheme, siteSchemeName))
+        return resolve(url, from);
+
+    // Every host of the site scheme means the same site, so the authority is skipped unread.
+    auto rest = url.substr(scheme->size() + 1);
+    if (StringHelpers::startsWith(rest, "//")) {
+        auto pathStart = rest.find_first_of("/?#", 2);
+        rest = pathStart == std::string_view::npos ? std::string_view() : rest.substr(pathStart);
+    }
+    auto encodedPath = rest.substr(0, rest.find_first_of("?#"));
+    // The decoded path is resolved as text: a decoded "?" or "#" cuts it again, and it is decoded
+    // a second time. The resolver sees only text, so this is kept as it is.
+    auto path = StringHelpers::removingPercentEncoding(encodedPath).value_or(std::string(encodedPath));
+    if (path.empty())
+        path = "/";
+    return resolve(path, from);
+}
+
+std::string SiteRouteResolver::normalizeRelativePath(std::string path)
+{
+    // Most paths are already normal; they come back as they are without being taken apart.
+    if (!hasEmptyOrDotComponent(path))
+        return path;
+    // Dropping ".." at the top is what keeps any reference inside the site's folder.
+    std::vector<std::string_view> kept;
+    for (auto component : nonEmptyComponents(path)) {
+        if (component == ".")
+            continue;
+        if (component == "..") {
+            if (!kept.empty())
+                kept.pop_back();
+            continue;
+        }
+        kept.push_back(component);
+    }
+    return joined(kept, kept.size());
+}
+
+void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
+{
+    if (!hasEmptyComponent(path)) {
+        auto slash = path.rfind('/');
+        if (slash != std::string_view::npos)
+            to.append(path.substr(0, slash));
+        return;
+    }
+    auto components = nonEmptyComponents(path);
+    if (components.size() >= 2)
+        to.append(joined(components, components.size() - 1));
+}
+
+const SitePage* SiteRouteResolver::firstCandidatePage(const std::string& path) const
+{
+    auto pageAt = [&](std::string_view candidate) -> const SitePage* {
+        auto found = m_pageByPath->find(candidate);
+        return found == m_pageByPath->end() ? nullptr : &found->second;
+    };
+    auto firstWithSuffix = [&](std::initializer_list<std::string_view> suffixes) -> const SitePage* {
+        std::string candidate;
+        candidate.reserve(path.size() + 11);
+        for (auto suffix : suffixes) {
+            candidate.assign(path).append(suffix);
+            if (auto page = pageAt(candidate))
+                return page;
+        }
+        return nullptr;
+    };
+
+    if (path.empty())
+        return nullptr;
+    // Normalised paths never end in "/"; the row stays so the lookup is complete for any path.
+    if (path.back() == '/')
+        return firstWithSuffix({ "index.html", "index.htm" });
+    if (auto page = pageAt(path))
+        return page;
+    if (!FilePaths::pathExtension(path).empty())
+        return nullptr;
+    return firstWithSuffix({ ".html", ".htm", "/index.html", "/index.htm" });
+}
+
+bool SiteRouteResolver::isRegularFile(const std::filesystem::path& url) const
+{
+    // A plain prefix test, a second guard behind normalisation.
+    if (!StringHelpers::startsWith(url.native(), m_rootURL.native()))
+        return false;
+    // The link itself is asked, not its target: a symbolic link is no regular file, so a link
+    // inside the site that points elsewhere is never served.
+    std::error_code error;
+    auto status = std::filesystem::symlink_status(url, error);
+    return !error && std::filesystem::is_regular_file(status);
+}
+
+}

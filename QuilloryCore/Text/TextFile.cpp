@@ -1,0 +1,165 @@
+#include "QuilloryCore/Text/TextFile.h"
+
+#include "QuilloryCore/Text/QuilloryErrors.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Quillory::TextFile {
+
+namespace {
+
+std::string systemReason(int error)
+{
+    return std::strerror(error);
+}
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+    ~FileDescriptor()
+    {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    int get() const { return m_descriptor; }
+    int release()
+    {
+        int descriptor = m_descriptor;
+        m_descriptor = -1;
+        return descriptor;
+    }
+
+private:
+    int m_descriptor;
+};
+
+mode_t currentUmask()
+{
+    // umask can only be read by setting it; restore at once. Called only when creating a file.
+    mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}
+
+}
+
+std::string quotedFileName(const std::filesystem::path& path)
+{
+    auto name = path.filename().string();
+    if (name.empty())
+        name = path.string();
+    return "\u201C" + name + "\u201D";
+}
+
+std::string readBytes(const std::filesystem::path& path)
+{
+    auto fail = [&](int error) -> FileReadError {
+        return FileReadError(path, "The file " + quotedFileName(path) + " couldn\u2019t be opened: " + systemReason(error) + ".");
+    };
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0)
+        throw fail(errno);
+    struct stat info { };
+    if (::fstat(file.get(), &info) != 0)
+        throw fail(errno);
+    if (S_ISDIR(info.st_mode))
+        throw fail(EISDIR);
+    std::string bytes;
+    if (info.st_size > 0)
+        bytes.reserve(static_cast<std::size_t>(info.st_size));
+    char buffer[65536];
+    for (;;) {
+        ssize_t count = ::read(file.get(), buffer, sizeof buffer);
+        if (count < 0) {
+            if (errno == EINTR)
+                continue;
+            throw fail(errno);
+        }
+        if (count == 0)
+            break;
+        bytes.append(buffer, static_cast<std::size_t>(count));
+    }
+    return bytes;
+}
+
+std::u16string readUTF8(const std::filesystem::path& path)
+{
+    auto bytes = readBytes(path);
+    auto text = UnicodeText::utf16FromUTF8(bytes);
+    if (!text)
+        throw FileReadError(path, "The file " + quotedFileName(path) + " couldn\u2019t be opened because it isn\u2019t valid UTF-8 text (" + path.string() + ").");
+    return std::move(*text);
+}
+
+void writeBytesAtomically(const std::filesystem::path& path, std::string_view bytes)
+{
+    auto fail = [&](int error) -> FileWriteError {
+        return FileWriteError(path, "The file " + quotedFileName(path) + " couldn\u2019t be saved: " + systemReason(error) + ".");
+    };
+
+    struct stat existing { };
+    bool targetExists = ::stat(path.c_str(), &existing) == 0;
+    if (targetExists && S_ISDIR(existing.st_mode))
+        throw fail(EISDIR);
+    // A rename would replace even a read-only file; refuse as an in-place write would.
+    if (targetExists && ::access(path.c_str(), W_OK) != 0)
+        throw fail(errno);
+
+    auto folder = path.parent_path();
+    if (folder.empty())
+        folder = ".";
+    std::string temporaryName = (folder / ("." + path.filename().string() + ".quillory-XXXXXX")).string();
+    FileDescriptor file(::mkstemp(temporaryName.data()));
+    if (file.get() < 0)
+        throw fail(errno);
+
+    auto abandon = [&](int error) -> FileWriteError {
+        ::unlink(temporaryName.c_str());
+        return fail(error);
+    };
+
+    mode_t mode = targetExists ? (existing.st_mode & 07777) : (0666 & ~currentUmask());
+    if (::fchmod(file.get(), mode) != 0)
+        throw abandon(errno);
+
+    const char* cursor = bytes.data();
+    std::size_t remaining = bytes.size();
+    while (remaining > 0) {
+        ssize_t written = ::write(file.get(), cursor, remaining);
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            throw abandon(errno);
+        }
+        cursor += written;
+        remaining -= static_cast<std::size_t>(written);
+    }
+    if (::fsync(file.get()) != 0)
+        throw abandon(errno);
+    if (::close(file.release()) != 0)
+        throw abandon(errno);
+    if (::rename(temporaryName.c_str(), path.c_str()) != 0)
+        throw abandon(errno);
+
+    // Make the rename itself durable; a failure here leaves a complete file either way.
+    FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory.get() >= 0)
+        ::fsync(directory.get());
+}
+
+void writeUTF8Atomically(const std::filesystem::path& path, std::u16string_view text)
+{
+    writeBytesAtomically(path, UnicodeText::utf8FromUTF16(text));
+}
+
+}
