@@ -3,8 +3,9 @@
 BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 CTEST_ARGS ?=
+PREFIX ?= /usr/local
 
-.PHONY: run test bench build deps configure clean
+.PHONY: run test bench build deps configure clean install package
 
 deps:
 	@scripts/install-deps.sh
@@ -30,6 +31,14 @@ bench: build
 	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then $(BUILD_DIR)/bench/QuilloryAppBenchmarks --benchmark_counters_tabular=true; \
 	else GSETTINGS_BACKEND=memory GTK_IM_MODULE=none WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS=1 xvfb-run -a -s "-screen 0 1920x1200x24" \
 	  dbus-run-session -- $(BUILD_DIR)/bench/QuilloryAppBenchmarks --benchmark_counters_tabular=true; fi
+
+# Installs the programs, their resources, the launcher entry, the icons and the software-centre data.
+install: build
+	cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+# Builds the Debian package quillory_<version>_<arch>.deb in the build folder.
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 clean:
 	rm -rf $(BUILD_DIR)

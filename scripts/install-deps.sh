@@ -13,6 +13,8 @@ packages=(
   xvfb xauth dbus-x11 fonts-dejavu-core
   # The window tests move and press the pointer through the X server's test extension.
   libxtst-dev
+  # The install test validates the launcher entry and software-centre data with the desktop's tools.
+  desktop-file-utils appstream
 )
 # Node.js and npm come with the machine on our CI image; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || packages+=(nodejs)
