@@ -43,11 +43,12 @@ public:
     // Writes the pending text before the window closes. The first close that fails to write is
     // refused, so the error shows and the text is still in the editor; a second one goes ahead.
     bool shouldClose();
+    // Shows the open panel; a chosen folder replaces the workspace.
+    void openSite();
 
 private:
     void showWorkspace();
     void updateToolbar();
-    void openSite();
     void clampSidebarWidth();
 
     WorkspaceStore& m_store;

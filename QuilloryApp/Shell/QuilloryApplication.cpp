@@ -4,6 +4,7 @@
 #include "QuilloryApp/Shell/ContentView.h"
 #include "QuilloryApp/Support/GLibScheduler.h"
 #include "QuilloryApp/Shell/QuilloryTheme.h"
+#include "QuilloryApp/Shell/WindowActions.h"
 #include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
@@ -18,6 +19,7 @@ QuilloryApplication::QuilloryApplication()
 QuilloryApplication::~QuilloryApplication()
 {
     g_signal_handlers_disconnect_by_data(m_application, this);
+    m_windowActions.reset();
     m_contentView.reset();
     m_store.reset();
     m_scheduler.reset();
@@ -34,6 +36,7 @@ GtkWidget* QuilloryApplication::makeMainWindow(GtkApplication* application)
 {
     GtkWidget* window = adw_application_window_new(application);
     gtk_window_set_title(GTK_WINDOW(window), "Quillory");
+    gtk_window_set_icon_name(GTK_WINDOW(window), applicationID);
     gtk_window_set_default_size(GTK_WINDOW(window), defaultWidth, defaultHeight);
     gtk_widget_set_size_request(window, minimumWidth, minimumHeight);
     return window;
@@ -50,6 +53,7 @@ void QuilloryApplication::activate()
     if (!m_theme)
         m_theme = std::make_unique<QuilloryTheme>(settings);
     // A window closed and made anew gets a fresh store; the old views go before the old store.
+    m_windowActions.reset();
     m_contentView.reset();
     m_store.reset();
     m_scheduler = std::make_unique<GLibScheduler>();
@@ -58,6 +62,7 @@ void QuilloryApplication::activate()
 
     GtkWidget* window = makeMainWindow(GTK_APPLICATION(m_application));
     adw_application_window_set_content(ADW_APPLICATION_WINDOW(window), m_contentView->widget());
+    m_windowActions = std::make_unique<WindowActions>(GTK_APPLICATION(m_application), GTK_WINDOW(window), *m_contentView, *m_store);
     g_signal_connect_swapped(window, "close-request", G_CALLBACK(+[](QuilloryApplication* self) -> gboolean {
         // TRUE keeps the window open.
         return !self->windowShouldClose();

@@ -9,6 +9,7 @@ namespace Quillory {
 class ContentView;
 class GLibScheduler;
 class QuilloryTheme;
+class WindowActions;
 class WorkspaceStore;
 
 // The application entry: one AdwApplication with one main window titled "Quillory", which holds
@@ -43,6 +44,7 @@ private:
     std::unique_ptr<GLibScheduler> m_scheduler;
     std::unique_ptr<WorkspaceStore> m_store;
     std::unique_ptr<ContentView> m_contentView;
+    std::unique_ptr<WindowActions> m_windowActions;
 };
 
 }

@@ -1,0 +1,181 @@
+#include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/QuilloryApplication.h"
+#include "QuilloryApp/Shell/WindowActions.h"
+#include "QuilloryApp/Workspace/AppInfo.h"
+#include "QuilloryApp/Workspace/WorkspaceStore.h"
+#include "app/support/MainLoopWaiting.h"
+#include "app/support/ViewTestSupport.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+using namespace Quillory;
+using namespace QuilloryTest;
+
+namespace {
+
+// Each test registers its own application: an id stays taken on the session bus for the process.
+GtkApplication* newApplication()
+{
+    static int count = 0;
+    auto id = "app.quillory.ActionTests" + std::to_string(++count);
+    return GTK_APPLICATION(adw_application_new(id.c_str(), G_APPLICATION_NON_UNIQUE));
+}
+
+// The main window as the application builds it, with the window's actions installed.
+struct ActionWindow {
+    ViewHarness harness;
+    GtkApplication* application { newApplication() };
+    GtkWidget* window { nullptr };
+    std::unique_ptr<ContentView> content;
+    std::unique_ptr<WindowActions> actions;
+
+    ActionWindow()
+    {
+        GError* error = nullptr;
+        EXPECT_TRUE(g_application_register(G_APPLICATION(application), nullptr, &error));
+        // Held by the test too: quitting destroys the window before the test ends.
+        window = GTK_WIDGET(g_object_ref(QuilloryApplication::makeMainWindow(application)));
+        content = std::make_unique<ContentView>(harness.store, harness.settings);
+        adw_application_window_set_content(ADW_APPLICATION_WINDOW(window), content->widget());
+        actions = std::make_unique<WindowActions>(application, GTK_WINDOW(window), *content, harness.store);
+        gtk_window_present(GTK_WINDOW(window));
+        drainMainLoop();
+    }
+
+    ~ActionWindow()
+    {
+        actions.reset();
+        gtk_window_destroy(GTK_WINDOW(window));
+        content.reset();
+        drainMainLoop();
+        g_object_unref(window);
+        g_object_unref(application);
+    }
+
+    std::vector<std::string> accelerators(const char* action) const
+    {
+        std::vector<std::string> result;
+        gchar** list = gtk_application_get_accels_for_action(application, action);
+        for (gchar** item = list; item && *item; ++item)
+            result.emplace_back(*item);
+        g_strfreev(list);
+        return result;
+    }
+
+    bool isEnabled(const char* localName) const
+    {
+        return g_action_group_get_action_enabled(G_ACTION_GROUP(window), localName);
+    }
+};
+
+// Every GtkShortcutsShortcut in the sections below `widget`, as "title=accelerator". The window
+// keeps copies of them for its search page, outside any section; those are not counted.
+void collectShortcuts(GtkWidget* widget, std::vector<std::string>& into, bool inSection = false)
+{
+    inSection = inSection || GTK_IS_SHORTCUTS_SECTION(widget);
+    if (inSection && GTK_IS_SHORTCUTS_SHORTCUT(widget)) {
+        gchar* title = nullptr;
+        gchar* accelerator = nullptr;
+        g_object_get(widget, "title", &title, "accelerator", &accelerator, nullptr);
+        into.push_back(std::string(title ? title : "") + "=" + (accelerator ? accelerator : ""));
+        g_free(title);
+        g_free(accelerator);
+    }
+    for (GtkWidget* child = gtk_widget_get_first_child(widget); child; child = gtk_widget_get_next_sibling(child))
+        collectShortcuts(child, into, inSection);
+}
+
+}
+
+TEST(WindowActions, CommonCommandsHaveTheirAccelerators)
+{
+    ActionWindow window;
+    EXPECT_EQ(window.accelerators("win.open-site"), std::vector<std::string>({ "<Control>o" }));
+    EXPECT_EQ(window.accelerators("win.refresh-preview"), std::vector<std::string>({ "<Control>r", "F5" }));
+    EXPECT_EQ(window.accelerators("win.show-shortcuts"), std::vector<std::string>({ "<Control>question" }));
+    EXPECT_EQ(window.accelerators("app.quit"), std::vector<std::string>({ "<Control>q" }));
+}
+
+TEST(WindowActions, RefreshPreviewIsEnabledOnlyWithAPageSelected)
+{
+    ActionWindow window;
+    EXPECT_FALSE(window.isEnabled("refresh-preview"));
+    EXPECT_TRUE(window.isEnabled("open-site"));
+
+    TemporaryDirectory site;
+    site.write("index.html", "<h1>Home</h1>\n");
+    window.harness.store.loadWorkspace(site.path());
+    drainMainLoop();
+    EXPECT_TRUE(window.isEnabled("refresh-preview"));
+
+    auto token = window.harness.store.previewReloadToken().get();
+    g_action_group_activate_action(G_ACTION_GROUP(window.window), "refresh-preview", nullptr);
+    EXPECT_NE(window.harness.store.previewReloadToken().get(), token);
+}
+
+TEST(WindowActions, QuitWritesThePendingTextBeforeTheWindowCloses)
+{
+    ActionWindow window;
+    TemporaryDirectory site;
+    site.write("index.html", "<h1>Home</h1>\n");
+    window.harness.store.loadWorkspace(site.path());
+    window.harness.type(u"<h1>Home, edited</h1>\n");
+
+    bool closeRequested = false;
+    g_signal_connect_swapped(window.window, "close-request", G_CALLBACK(+[](bool* requested) -> gboolean {
+        *requested = true;
+        return FALSE;
+    }), &closeRequested);
+    // The close request is where the application writes pending text (ContentView::shouldClose).
+    g_signal_connect_swapped(window.window, "close-request", G_CALLBACK(+[](ContentView* content) -> gboolean {
+        return !content->shouldClose();
+    }), window.content.get());
+    g_action_group_activate_action(G_ACTION_GROUP(window.application), "quit", nullptr);
+    drainMainLoop();
+
+    EXPECT_TRUE(closeRequested);
+    EXPECT_EQ(site.read("index.html"), "<h1>Home, edited</h1>\n");
+}
+
+TEST(WindowActions, ShortcutsWindowListsEveryAcceleratorOfTheTable)
+{
+    GtkWindow* shortcuts = WindowActions::makeShortcutsWindow(nullptr);
+    std::vector<std::string> listed;
+    collectShortcuts(GTK_WIDGET(shortcuts), listed);
+    std::vector<std::string> expected;
+    for (auto& shortcut : WindowActions::shortcuts()) {
+        std::string accelerators;
+        for (auto& accelerator : shortcut.accelerators)
+            accelerators += (accelerators.empty() ? "" : " ") + accelerator;
+        expected.push_back(shortcut.title + "=" + accelerators);
+    }
+    EXPECT_EQ(listed, expected);
+    EXPECT_TRUE(std::find(listed.begin(), listed.end(), "Refresh Preview=<Control>r F5") != listed.end());
+    gtk_window_destroy(shortcuts);
+}
+
+TEST(WindowActions, AboutNamesTheApplicationAndItsVersionWithNoInventedContact)
+{
+    GtkWindow* about = WindowActions::makeAboutWindow(nullptr);
+    ASSERT_TRUE(ADW_IS_ABOUT_WINDOW(about));
+    EXPECT_STREQ(adw_about_window_get_application_name(ADW_ABOUT_WINDOW(about)), "Quillory");
+    EXPECT_EQ(std::string(adw_about_window_get_version(ADW_ABOUT_WINDOW(about))), AppInfo::shortVersion());
+    EXPECT_STREQ(adw_about_window_get_application_icon(ADW_ABOUT_WINDOW(about)), "app.quillory.Quillory");
+    auto* website = adw_about_window_get_website(ADW_ABOUT_WINDOW(about));
+    EXPECT_TRUE(website == nullptr || *website == '\0');
+    auto* issues = adw_about_window_get_issue_url(ADW_ABOUT_WINDOW(about));
+    EXPECT_TRUE(issues == nullptr || *issues == '\0');
+    gtk_window_destroy(about);
+}
+
+TEST(WindowActions, ApplicationIconIsBundledForTheWindow)
+{
+    ViewHarness harness;
+    GtkIconTheme* theme = gtk_icon_theme_get_for_display(gdk_display_get_default());
+    EXPECT_TRUE(gtk_icon_theme_has_icon(theme, "app.quillory.Quillory"));
+}
