@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <memory>
 
 namespace Quillory::LineAlignment {
 
@@ -57,8 +58,22 @@ public:
         }
     }
 
-    // Calls visit(word index, match bits) for the words of the row of `id` that hold matches,
-    // in ascending order (a dense row also visits the empty words between its first and last).
+    // The whole match vector of `id` when it keeps one, else nothing.
+    const Word* denseRow(std::uint32_t id) const
+    {
+        return m_denseIndex[id] == noDenseRow ? nullptr : &m_denseWords[std::size_t { m_denseIndex[id] } * m_wordCount];
+    }
+
+    // The first and one past the last word of the row of `id` that hold a match.
+    std::pair<std::size_t, std::size_t> wordSpan(std::uint32_t id) const
+    {
+        if (m_starts[id] == m_starts[id + 1])
+            return { 0, 0 };
+        return { m_positions[m_starts[id]] / wordBits, m_positions[m_starts[id + 1] - 1] / wordBits + 1 };
+    }
+
+    // Calls visit(word index, match bits) for each word of the row of `id` that holds a match,
+    // in ascending order, from the stored positions.
     template<class Visit>
     void forEachMatchWord(std::uint32_t id, Visit&& visit) const
     {
@@ -66,12 +81,6 @@ public:
         auto end = m_starts[id + 1];
         if (begin == end)
             return;
-        if (m_denseIndex[id] != noDenseRow) {
-            const Word* row = &m_denseWords[std::size_t { m_denseIndex[id] } * m_wordCount];
-            for (std::size_t word = m_positions[begin] / wordBits; word <= m_positions[end - 1] / wordBits; ++word)
-                visit(word, row[word]);
-            return;
-        }
         std::size_t word = m_positions[begin] / wordBits;
         Word bits = 0;
         for (auto index = begin; index < end; ++index) {
@@ -96,19 +105,19 @@ private:
     std::vector<Word> m_denseWords;
 };
 
-// The words that the rows of one block changed, each with its value in the row before, so that
-// the walk can step back from a row to the one before it.
-struct ChangeLog {
-    std::vector<std::uint32_t> words;
-    std::vector<Word> before;
-    std::vector<std::size_t> rowStarts;
+struct Change {
+    std::uint32_t word;
+    Word before;
+};
 
-    void clear()
-    {
-        words.clear();
-        before.clear();
-        rowStarts.clear();
-    }
+// The words that the rows of one block changed, each with its value in the row before, so that
+// the walk can step back from a row to the one before it. A row changes each word at most once,
+// so a block never needs more than rows x words entries; pages of the buffer that a block
+// doesn't reach are never touched.
+struct ChangeLog {
+    std::unique_ptr<Change[]> changes;
+    std::size_t size { 0 };
+    std::vector<std::size_t> rowStarts;
 };
 
 // One row of the table. Every word at or past `onesFrom` is all ones, so a carry that reaches
@@ -118,9 +127,20 @@ struct Row {
     std::size_t onesFrom { 0 };
 };
 
-// Turns row p - 1 into row p with Hyyro's step V' = (V + (V & M)) | (V & ~M), touching only the
-// words with matches and the words a carry reaches. With a log, every changed word is recorded.
-void advance(Row& row, const MatchRows& matches, std::uint32_t oldID, ChangeLog* log)
+// One word of Hyyro's step V' = (V + (V & M)) | (V & ~M), with the carry between words.
+inline Word stepWord(Word value, Word matchBits, Word& carry)
+{
+    Word sum;
+    Word carryOut = __builtin_add_overflow(value, value & matchBits, &sum);
+    carryOut |= __builtin_add_overflow(sum, carry, &sum);
+    carry = carryOut;
+    return sum | (value & ~matchBits);
+}
+
+// Turns row p - 1 into row p, touching only the words with matches and the words a carry reaches.
+// With logging, every changed word is recorded.
+template<bool logging>
+void advance(Row& row, const MatchRows& matches, std::uint32_t oldID, ChangeLog& log)
 {
     Word* words = row.words.data();
     Word carry = 0;
@@ -128,10 +148,8 @@ void advance(Row& row, const MatchRows& matches, std::uint32_t oldID, ChangeLog*
     auto store = [&](std::size_t word, Word before, Word after) {
         if (after == before)
             return;
-        if (log) {
-            log->words.push_back(static_cast<std::uint32_t>(word));
-            log->before.push_back(before);
-        }
+        if constexpr (logging)
+            log.changes[log.size++] = { static_cast<std::uint32_t>(word), before };
         words[word] = after;
         if (after != allOnes && word >= row.onesFrom)
             row.onesFrom = word + 1;
@@ -147,17 +165,37 @@ void advance(Row& row, const MatchRows& matches, std::uint32_t oldID, ChangeLog*
             }
         }
     };
-    matches.forEachMatchWord(oldID, [&](std::size_t word, Word matchBits) {
-        carryUpTo(word);
-        Word value = words[word];
-        Word sum = value + (value & matchBits);
-        Word carryOut = sum < value;
-        sum += carry;
-        carryOut |= sum < carry;
-        carry = carryOut;
-        store(word, value, sum | (value & ~matchBits));
-        next = word + 1;
-    });
+    if (const Word* matchRow = matches.denseRow(oldID)) {
+        // The hot loop of lines that repeat often: no branch per word, the log entry is written
+        // always and kept only when the word changed.
+        auto [first, end] = matches.wordSpan(oldID);
+        Change* change = logging ? log.changes.get() + log.size : nullptr;
+        for (auto word = first; word < end; ++word) {
+            Word value = words[word];
+            Word after = stepWord(value, matchRow[word], carry);
+            if constexpr (logging) {
+                *change = { static_cast<std::uint32_t>(word), value };
+                change += after != value;
+            }
+            words[word] = after;
+        }
+        if constexpr (logging)
+            log.size = static_cast<std::size_t>(change - log.changes.get());
+        for (auto word = end; word > row.onesFrom; --word) {
+            if (words[word - 1] != allOnes) {
+                row.onesFrom = word;
+                break;
+            }
+        }
+        next = end;
+    } else {
+        matches.forEachMatchWord(oldID, [&](std::size_t word, Word matchBits) {
+            carryUpTo(word);
+            Word value = words[word];
+            store(word, value, stepWord(value, matchBits, carry));
+            next = word + 1;
+        });
+    }
     carryUpTo(row.onesFrom);
 }
 
@@ -170,6 +208,7 @@ public:
         , m_rowsPerBlock(std::max<std::size_t>(1, static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(oldIDs.size()))))))
         , m_matches(oldIDs, newIDs, idCount, m_wordCount)
     {
+        m_log.changes.reset(new Change[m_rowsPerBlock * m_wordCount]);
         auto oldCount = oldIDs.size();
         Row row { std::vector<Word>(m_wordCount, allOnes), 0 };
         for (std::size_t p = 1; p <= oldCount; ++p) {
@@ -177,7 +216,7 @@ public:
                 m_checkpoints.insert(m_checkpoints.end(), row.words.begin(), row.words.end());
                 m_checkpointOnesFrom.push_back(row.onesFrom);
             }
-            advance(row, m_matches, oldIDs[oldCount - p], nullptr);
+            advance<false>(row, m_matches, oldIDs[oldCount - p], m_log);
         }
     }
 
@@ -232,12 +271,13 @@ private:
         auto last = std::min(first + m_rowsPerBlock - 1, m_oldIDs.size());
         auto checkpoint = m_checkpoints.begin() + static_cast<std::ptrdiff_t>(block * m_wordCount);
         Row row { std::vector<Word>(checkpoint, checkpoint + static_cast<std::ptrdiff_t>(m_wordCount)), m_checkpointOnesFrom[block] };
-        m_log.clear();
+        m_log.size = 0;
+        m_log.rowStarts.clear();
         for (auto p = first; p <= last; ++p) {
-            m_log.rowStarts.push_back(m_log.words.size());
-            advance(row, m_matches, m_oldIDs[m_oldIDs.size() - p], &m_log);
+            m_log.rowStarts.push_back(m_log.size);
+            advance<true>(row, m_matches, m_oldIDs[m_oldIDs.size() - p], m_log);
         }
-        m_log.rowStarts.push_back(m_log.words.size());
+        m_log.rowStarts.push_back(m_log.size);
         m_logFirstRow = first;
         return row;
     }
@@ -252,7 +292,7 @@ private:
     {
         auto [begin, end] = logRange(p);
         for (auto index = begin; index < end; ++index)
-            words[m_log.words[index]] = m_log.before[index];
+            words[m_log.changes[index].word] = m_log.changes[index].before;
     }
 
     // The 0 bits below q of row p less those of row p - 1: only the words row p changed count.
@@ -261,11 +301,11 @@ private:
         auto [begin, end] = logRange(p);
         int difference = 0;
         for (auto index = begin; index < end; ++index) {
-            std::size_t word = m_log.words[index];
+            std::size_t word = m_log.changes[index].word;
             if (word * wordBits >= q)
                 continue;
             Word below = (word + 1) * wordBits <= q ? allOnes : bitsBelow(q);
-            difference += std::popcount(~m_current.words[word] & below) - std::popcount(~m_log.before[index] & below);
+            difference += std::popcount(~m_current.words[word] & below) - std::popcount(~m_log.changes[index].before & below);
         }
         return difference;
     }
