@@ -22,8 +22,9 @@ struct Operation {
 };
 
 // The longest common subsequence of two line lists, walked from the start; where both a
-// deletion and an insertion keep the subsequence longest, the deletion comes first. Time and
-// memory grow with the product of the line counts (4 bytes per table cell).
+// deletion and an insertion keep the subsequence longest, the deletion comes first. Memory grows
+// with about sqrt(old lines) x new lines / 8 bytes, not with the product of the line counts (see
+// LineAlignment).
 std::vector<Operation> lineOperations(const std::vector<std::u16string>& oldLines, const std::vector<std::u16string>& newLines);
 
 // The whole new file against the old one, lines split at "\n" (a CR stays on its line):

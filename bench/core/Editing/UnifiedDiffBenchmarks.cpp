@@ -1,14 +1,37 @@
 #include "QuilloryCore/Editing/UnifiedDiff.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 
 #include <benchmark/benchmark.h>
+#include <chrono>
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <malloc.h>
+#include <random>
+#include <spawn.h>
 #include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
 
 using namespace Quillory;
 
 namespace {
 
-// A resident-set figure from /proc/self/status, in kibibytes ("VmRSS" now, "VmHWM" the peak).
+// The diff allocates and frees megabytes per call. glibc would hand freed memory back to the
+// system after each call and fault it in again in the next, which measures page faults rather
+// than the diff, so freed memory stays with the process for the whole benchmark run.
+void keepFreedMemory()
+{
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+}
+
+// A resident-set figure of this process from /proc/self/status, in kibibytes ("VmRSS" now,
+// "VmHWM" the peak).
 long statusKilobytes(const std::string& field)
 {
     std::ifstream status("/proc/self/status");
@@ -20,50 +43,199 @@ long statusKilobytes(const std::string& field)
     return -1;
 }
 
-// Writing 5 to clear_refs sets the peak resident size back to the current one, so the peak
-// seen afterwards belongs to the code that follows, not to earlier benchmarks in this process.
-bool resetPeakResidentSize()
+// The peak memory of one diff: it runs in a forked child, which sets its peak resident size back
+// to its current size (writing 5 to clear_refs), runs the diff, and reports the growth of the peak
+// through a pipe. So nothing that earlier benchmarks left resident counts.
+double peakGrowthMiB(const std::u16string& oldText, const std::u16string& newText)
 {
-    std::ofstream clearRefs("/proc/self/clear_refs");
-    clearRefs << "5";
-    clearRefs.flush();
-    return clearRefs.good();
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0)
+        return -1;
+    pid_t child = fork();
+    if (child == 0) {
+        close(pipeEnds[0]);
+        // Memory that earlier diffs freed but the allocator kept would be reused without
+        // counting, so it goes back to the system first.
+        malloc_trim(0);
+        std::ofstream("/proc/self/clear_refs") << "5";
+        long before = statusKilobytes("VmRSS");
+        auto diff = UnifiedDiff::make(oldText, newText, "index.html", "opened", "current");
+        benchmark::DoNotOptimize(diff);
+        long growth = statusKilobytes("VmHWM") - before;
+        auto written = write(pipeEnds[1], &growth, sizeof growth);
+        _exit(written == sizeof growth ? 0 : 1);
+    }
+    close(pipeEnds[1]);
+    long growth = -1;
+    if (read(pipeEnds[0], &growth, sizeof growth) != sizeof growth)
+        growth = -1;
+    close(pipeEnds[0]);
+    waitpid(child, nullptr, 0);
+    return static_cast<double>(growth) / 1024.0;
 }
 
-std::u16string generatedPage(std::size_t lineCount, std::size_t changedEvery)
+struct DiffRun {
+    double milliseconds { 0 };
+    double peakMiB { 0 };
+};
+
+// Spawns the system's diff in its own process group, output to /dev/null, and returns its wall
+// time (spawn to exit) and its peak resident size.
+DiffRun runSystemDiff(const std::vector<std::string>& arguments)
 {
-    std::u16string text;
+    std::vector<char*> argv;
+    for (auto& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    auto start = std::chrono::steady_clock::now();
+    pid_t child = 0;
+    DiffRun run;
+    if (posix_spawnp(&child, argv[0], &actions, &attributes, argv.data(), environ) == 0) {
+        int status = 0;
+        rusage usage {};
+        wait4(child, &status, 0, &usage);
+        run.milliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        run.peakMiB = static_cast<double>(usage.ru_maxrss) / 1024.0;
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return run;
+}
+
+// A page of mostly distinct lines; the edited copy has a line rewritten, inserted or removed
+// about every 100 lines.
+std::pair<std::string, std::string> scatteredEdits(std::size_t lineCount)
+{
+    std::mt19937 random(5);
+    std::uniform_int_distribution<int> edit(0, 299);
+    std::string opened;
+    std::string current;
     for (std::size_t line = 0; line < lineCount; ++line) {
-        std::string content = "    <p class=\"row\">Paragraph " + std::to_string(line) + " of the page</p>";
-        if (changedEvery && line % changedEvery == changedEvery / 2)
-            content = "    <p class=\"row edited\">Rewritten paragraph " + std::to_string(line) + "</p>";
-        for (char character : content)
-            text += static_cast<char16_t>(character);
-        text += u'\n';
+        std::string content = "    <p class=\"row\">Paragraph " + std::to_string(line) + " of the page</p>\n";
+        opened += content;
+        switch (edit(random)) {
+        case 0:
+            current += "    <p class=\"row edited\">Rewritten paragraph " + std::to_string(line) + "</p>\n";
+            break;
+        case 1:
+            current += content + "    <p>Inserted after " + std::to_string(line) + "</p>\n";
+            break;
+        case 2:
+            break;
+        default:
+            current += content;
+        }
     }
-    return text;
+    return { opened, current };
 }
 
-// Two 5,000-line pages that differ in 100 lines: the full table is 5,002 by 5,002 cells.
-void BM_UnifiedDiffMake5000Lines100Changed(benchmark::State& state)
+// Two independent texts over four distinct lines: the worst case for a diff, with long runs of
+// ties.
+std::pair<std::string, std::string> fourLineAlphabet(std::size_t lineCount)
 {
-    auto opened = generatedPage(5000, 0);
-    auto current = generatedPage(5000, 50);
-    if (!resetPeakResidentSize()) {
-        state.SkipWithError("cannot reset the peak resident size through /proc/self/clear_refs");
-        return;
+    const char* lines[] = { "<li>alpha</li>\n", "<li>beta</li>\n", "<li>gamma</li>\n", "<li>delta</li>\n" };
+    std::mt19937 random(9);
+    std::uniform_int_distribution<int> pick(0, 3);
+    std::pair<std::string, std::string> texts;
+    for (std::size_t line = 0; line < lineCount; ++line) {
+        texts.first += lines[pick(random)];
+        texts.second += lines[pick(random)];
     }
-    auto residentBefore = statusKilobytes("VmRSS");
+    return texts;
+}
+
+// The texts written into a temporary folder for the system's diff, removed at the end.
+class DiffFiles {
+public:
+    DiffFiles(const std::string& opened, const std::string& current)
+        : m_folder(std::filesystem::temp_directory_path() / ("quillory-bench-diff-" + std::to_string(getpid())))
+    {
+        std::filesystem::create_directories(m_folder);
+        std::ofstream(oldPath(), std::ios::binary) << opened;
+        std::ofstream(newPath(), std::ios::binary) << current;
+    }
+    ~DiffFiles() { std::filesystem::remove_all(m_folder); }
+
+    std::string oldPath() const { return (m_folder / "opened.html").string(); }
+    std::string newPath() const { return (m_folder / "current.html").string(); }
+
+private:
+    std::filesystem::path m_folder;
+};
+
+// Each iteration runs the product's diff and then the system's diff on the same texts, so that
+// their ratio is read off one run; the peak memory of the product's diff is measured once in a
+// forked child afterwards.
+void compareWithSystemDiff(benchmark::State& state, const std::pair<std::string, std::string>& texts,
+                           const std::vector<std::string>& diffOptions)
+{
+    keepFreedMemory();
+    DiffFiles files(texts.first, texts.second);
+    auto opened = UnicodeText::utf16(texts.first);
+    auto current = UnicodeText::utf16(texts.second);
+    std::vector<std::string> arguments { "diff" };
+    arguments.insert(arguments.end(), diffOptions.begin(), diffOptions.end());
+    arguments.push_back(files.oldPath());
+    arguments.push_back(files.newPath());
+
+    double ownMilliseconds = 0;
+    double systemMilliseconds = 0;
+    double systemPeakMiB = 0;
+    for (auto _ : state) {
+        auto start = std::chrono::steady_clock::now();
+        auto diff = UnifiedDiff::make(opened, current, "index.html", "opened", "current");
+        benchmark::DoNotOptimize(diff);
+        ownMilliseconds += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        auto system = runSystemDiff(arguments);
+        systemMilliseconds += system.milliseconds;
+        systemPeakMiB = std::max(systemPeakMiB, system.peakMiB);
+    }
+    auto iterations = static_cast<double>(state.iterations());
+    state.counters["quilloryMs"] = ownMilliseconds / iterations;
+    state.counters["systemDiffMs"] = systemMilliseconds / iterations;
+    state.counters["quilloryToSystem"] = ownMilliseconds / systemMilliseconds;
+    state.counters["quilloryPeakGrowthMiB"] = peakGrowthMiB(opened, current);
+    state.counters["systemDiffPeakMiB"] = systemPeakMiB;
+}
+
+// Goal: at most 3x the time of `diff -u`, peak memory at most 64 MB.
+void UnifiedDiff20000LinesScatteredEditsAgainstDiffU(benchmark::State& state)
+{
+    compareWithSystemDiff(state, scatteredEdits(20'000), { "-u" });
+}
+BENCHMARK(UnifiedDiff20000LinesScatteredEditsAgainstDiffU)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2);
+
+// Goal: at most 1.5x the time of `diff -u --minimal`.
+void UnifiedDiff20000LinesFourLineAlphabetAgainstDiffMinimal(benchmark::State& state)
+{
+    compareWithSystemDiff(state, fourLineAlphabet(20'000), { "-u", "--minimal" });
+}
+BENCHMARK(UnifiedDiff20000LinesFourLineAlphabetAgainstDiffMinimal)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
+
+// No goal but completing: the time and the peak memory of 200,000-line pages.
+void UnifiedDiff200000Lines(benchmark::State& state, std::pair<std::string, std::string> (*texts)(std::size_t))
+{
+    keepFreedMemory();
+    auto [openedUTF8, currentUTF8] = texts(200'000);
+    auto opened = UnicodeText::utf16(openedUTF8);
+    auto current = UnicodeText::utf16(currentUTF8);
     std::size_t diffLength = 0;
     for (auto _ : state) {
         auto diff = UnifiedDiff::make(opened, current, "index.html", "opened", "current");
         diffLength = diff.size();
         benchmark::DoNotOptimize(diff);
     }
-    auto peakGrowth = statusKilobytes("VmHWM") - residentBefore;
-    state.counters["peakRSSGrowthMiB"] = static_cast<double>(peakGrowth) / 1024.0;
     state.counters["diffUTF16Units"] = static_cast<double>(diffLength);
+    state.counters["peakGrowthMiB"] = peakGrowthMiB(opened, current);
 }
-BENCHMARK(BM_UnifiedDiffMake5000Lines100Changed)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(UnifiedDiff200000Lines, ScatteredEdits, scatteredEdits)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK_CAPTURE(UnifiedDiff200000Lines, FourLineAlphabet, fourLineAlphabet)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
 }
