@@ -29,6 +29,19 @@ struct HTTPReply {
     std::string body;
     std::size_t streamedBodyBytes { 0 };
     bool neverAnswer { false };
+
+    static HTTPReply silent()
+    {
+        HTTPReply reply;
+        reply.neverAnswer = true;
+        return reply;
+    }
+    static HTTPReply streamed(std::size_t bytes)
+    {
+        HTTPReply reply;
+        reply.streamedBodyBytes = bytes;
+        return reply;
+    }
 };
 
 // A real HTTP/1.1 server on 127.0.0.1 at a port the system picks, on plain sockets and threads,
