@@ -100,6 +100,18 @@ std::filesystem::path makeSnapshotRoot(const WebURL& start, const std::filesyste
 
 }
 
+std::string LiveSiteFetcher::startURL(std::string_view typed)
+{
+    auto text = StringHelpers::trimmingWhitespaceAndNewlines(typed);
+    if (text.empty())
+        throw QuilloryError("Enter a live website URL.");
+    if (text.find("://") == std::string::npos)
+        text = "https://" + text;
+    if (!WebURL::parse(text))
+        throw QuilloryError("Enter a valid live website URL.");
+    return text;
+}
+
 std::vector<std::string> LiveSiteFetcher::resourceReferences(std::string_view html)
 {
     static const auto expression = RegularExpression::make(u"\\b(?:src|href)\\s*=\\s*[\"']([^\"']+)[\"']",

@@ -33,6 +33,11 @@ struct LiveSiteFetcher {
     LiveSiteFetchResult fetch(std::string_view startURL, const std::filesystem::path& parent,
                               std::chrono::sys_seconds fetchedAt) const;
 
+    // The start URL for what a user typed: trimmed, with "https://" put in front when it holds no
+    // "://". Throws QuilloryError "Enter a live website URL." for nothing and "Enter a valid live
+    // website URL." for text that is no URL.
+    static std::string startURL(std::string_view typed);
+
     // Every src and href value of the text, trimmed, empty ones dropped, each once, in order of
     // first appearance. Comments count, srcset and CSS url() do not.
     static std::vector<std::string> resourceReferences(std::string_view html);
