@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,7 +54,9 @@ ChildProcessResult runChildProcess(const std::vector<std::string>& arguments)
         }
     }
     int status = 0;
-    ::waitpid(child, &status, 0);
+    rusage usage {};
+    ::wait4(child, &status, 0, &usage);
+    result.maxResidentKilobytes = usage.ru_maxrss;
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }
