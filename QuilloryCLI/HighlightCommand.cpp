@@ -1,6 +1,7 @@
 #include "QuilloryCLI/CLICommand.h"
 #include "QuilloryCore/Analysis/HTMLSyntaxAnalyzer.h"
 #include "QuilloryCore/Text/TextFile.h"
+#include "TreeSitterLayer/SourceSyntaxAnalyzer.h"
 
 #include <iostream>
 
@@ -30,20 +31,26 @@ nlohmann::ordered_json highlightJSON(const std::vector<Quillory::HTMLSyntaxSpan>
     return { { "spans", std::move(spansJSON) }, { "foldRegions", std::move(regionsJSON) } };
 }
 
-// Prints the highlight spans and fold regions of a file. With --scanner they come from the
-// hand-written HTML scanner whatever the path.
+// Prints the highlight spans and fold regions of a file as the editor gets them for
+// DOCUMENT_PATH (FILE by default), or with --scanner from the HTML scanner whatever the path.
 void runHighlight(const std::vector<std::string>& arguments)
 {
-    auto parsed = parseArguments(arguments, {}, { "--scanner" });
+    auto parsed = parseArguments(arguments, { "--path" }, { "--scanner" });
     if (parsed.positional.size() != 1)
         throw UsageError("expected FILE");
-    if (!parsed.hasFlag("--scanner"))
-        throw UsageError("only the --scanner analysis is available");
     auto text = Quillory::TextFile::readUTF8(parsed.positional[0]);
-    std::cout << highlightJSON(Quillory::HTMLSyntaxAnalyzer::spans(text), Quillory::HTMLSyntaxAnalyzer::foldRegions(text)).dump(2) << '\n';
+    nlohmann::ordered_json result;
+    if (parsed.hasFlag("--scanner")) {
+        result = highlightJSON(Quillory::HTMLSyntaxAnalyzer::spans(text), Quillory::HTMLSyntaxAnalyzer::foldRegions(text));
+    } else {
+        auto documentPath = parsed.value("--path").value_or(parsed.positional[0]);
+        Quillory::SourceSyntaxAnalyzer analyzer;
+        result = highlightJSON(analyzer.spans(text, documentPath), analyzer.foldRegions(text, documentPath));
+    }
+    std::cout << result.dump(2) << '\n';
 }
 
-const CommandRegistration registration({ "highlight", "highlight FILE --scanner", runHighlight });
+const CommandRegistration registration({ "highlight", "highlight FILE [--path DOCUMENT_PATH] [--scanner]", runHighlight });
 
 }
 
