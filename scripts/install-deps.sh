@@ -41,3 +41,12 @@ if [[ ! -f $stamp || third_party/package-lock.json -nt $stamp || ! -d third_part
   (cd third_party && npm ci --ignore-scripts --no-audit --no-fund --loglevel=error)
   touch "$stamp"
 fi
+
+# The Vite React fixture project of the frontend tests, installed from its own lockfile.
+fixture=tests/fixtures/frontend/vite-react
+stamp=$fixture/.npm-installed
+if [[ ! -f $stamp || $fixture/package-lock.json -nt $stamp || ! -d $fixture/node_modules ]]; then
+  echo "Installing npm packages from $fixture/package-lock.json"
+  (cd "$fixture" && npm ci --ignore-scripts --no-audit --no-fund --loglevel=error)
+  touch "$stamp"
+fi

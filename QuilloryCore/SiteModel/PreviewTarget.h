@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuilloryCore/Frontend/FrontendProjectKind.h"
+
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -8,11 +10,6 @@
 #include <variant>
 
 namespace Quillory {
-
-// The kind of frontend project whose dev server the preview can show.
-enum class FrontendProjectKind {
-    viteReact,
-};
 
 // What the preview should show. Equality compares the case and every payload field, and the web
 // view relies on it to decide whether to load anew.
