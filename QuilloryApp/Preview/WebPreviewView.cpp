@@ -55,7 +55,12 @@ WebPreviewView::WebPreviewView()
                                  // The coordinator may call the store, which may update this view again;
                                  // the decision object stays valid through that.
                                  auto keepDecision = GRef<WebKitPolicyDecision>::retain(decision);
-                                 if (self->m_coordinator->decidePolicy(url) == Coordinator::NavigationPolicy::allow)
+                                 // Only a link or form the user followed can be no load of the view's own.
+                                 auto navigationType = webkit_navigation_action_get_navigation_type(action);
+                                 bool isUserLink = navigationType == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED || navigationType == WEBKIT_NAVIGATION_TYPE_FORM_SUBMITTED
+                                     || navigationType == WEBKIT_NAVIGATION_TYPE_FORM_RESUBMITTED || navigationType == WEBKIT_NAVIGATION_TYPE_BACK_FORWARD;
+                                 auto kind = isUserLink ? Coordinator::NavigationKind::userLink : Coordinator::NavigationKind::other;
+                                 if (self->m_coordinator->decidePolicy(url, kind) == Coordinator::NavigationPolicy::allow)
                                      webkit_policy_decision_use(decision);
                                  else
                                      webkit_policy_decision_ignore(decision);

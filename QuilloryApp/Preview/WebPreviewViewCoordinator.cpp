@@ -9,6 +9,8 @@
 #include <webkit/webkit.h>
 
 #include <cstdio>
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <variant>
 
@@ -22,6 +24,7 @@ namespace Quillory {
 namespace {
 
 constexpr const char* scrollObserverResourcePath = "/app/quillory/PreviewScrollObserver.js";
+constexpr const char* scrollRestoreResourcePath = "/app/quillory/PreviewScrollRestore.js";
 constexpr const char* scrollOffsetScript = "JSON.stringify([window.scrollX || 0, window.scrollY || 0])";
 constexpr const char* viewportPageRectScript =
     "JSON.stringify([window.scrollX || 0, window.scrollY || 0, window.innerWidth || 0, window.innerHeight || 0])";
@@ -31,6 +34,30 @@ constexpr const char* pageSnapshotFailedPrefix = "Page snapshot failed: ";
 void evaluateDroppingAnswer(WebKitWebView* webView, const std::string& script)
 {
     webkit_web_view_evaluate_javascript(webView, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+std::string resourceText(const char* path)
+{
+    GError* error = nullptr;
+    GBytes* bytes = g_resource_lookup_data(quillory_get_resource(), path, G_RESOURCE_LOOKUP_FLAGS_NONE, &error);
+    if (!bytes) {
+        // The script is compiled into the program; its absence is a broken build.
+        std::fprintf(stderr, "Missing resource %s: %s\n", path, error->message);
+        std::abort();
+    }
+    gsize size = 0;
+    auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    std::string text(data, size);
+    g_bytes_unref(bytes);
+    return text;
+}
+
+// A number as JavaScript reads it, whatever the locale.
+std::string jsNumber(double value)
+{
+    char text[32];
+    auto result = std::to_chars(text, text + sizeof text, value);
+    return std::string(text, result.ptr);
 }
 
 void replaceAll(std::string& text, std::string_view from, std::string_view to)
@@ -66,9 +93,37 @@ void WebPreviewView::Coordinator::reloadIfNeeded(WebKitWebView* webView, const P
 {
     if (previewTarget == m_lastPreviewTarget && reloadToken == m_lastReloadToken)
         return;
+    bool isSameTarget = previewTarget == m_lastPreviewTarget;
     m_lastPreviewTarget = previewTarget;
     m_lastReloadToken = reloadToken;
+    auto generation = ++m_loadGeneration;
+    m_scrollToRestore.reset();
 
+    auto url = previewTarget.url();
+    const char* shownURL = webkit_web_view_get_uri(webView);
+    if (!url || !isSameTarget || !shownURL || *url != shownURL || webView != m_webView) {
+        load(webView, previewTarget);
+        return;
+    }
+    // A reload of the page on screen (after an autosave) keeps the reader's place: the position
+    // is read first and put back once the new load has finished.
+    evaluateForText(scrollOffsetScript, [generation, previewTarget](Coordinator& self, std::optional<std::string> answer) {
+        // A newer load has taken over, or the view is gone.
+        if (generation != self.m_loadGeneration || !self.m_webView)
+            return;
+        auto offset = numbersFromJSONArray(answer, 2);
+        if (offset && ((*offset)[0] != 0 || (*offset)[1] != 0))
+            self.m_scrollToRestore = ScrollPosition { (*offset)[0], (*offset)[1], generation };
+        self.load(self.m_webView, previewTarget);
+    });
+}
+
+void WebPreviewView::Coordinator::load(WebKitWebView* webView, const PreviewTarget& previewTarget)
+{
+    if (auto* page = std::get_if<PreviewTarget::StaticPage>(&previewTarget.value))
+        m_requestedPageLoads.push_back(page->pageID);
+    else
+        m_requestedPageLoads.clear();
     if (auto url = previewTarget.url()) {
         // The engine's default cache policy applies. WebKitGTK has no per-request timeout; a
         // scheme request is answered at once, and a dev server is on the loopback address.
@@ -79,7 +134,7 @@ void WebPreviewView::Coordinator::reloadIfNeeded(WebKitWebView* webView, const P
     webkit_web_view_load_html(webView, unavailableHTML(unavailable.text).c_str(), nullptr);
 }
 
-WebPreviewView::Coordinator::NavigationPolicy WebPreviewView::Coordinator::decidePolicy(const std::optional<std::string>& url)
+WebPreviewView::Coordinator::NavigationPolicy WebPreviewView::Coordinator::decidePolicy(const std::optional<std::string>& url, NavigationKind kind)
 {
     if (!url)
         return NavigationPolicy::allow;
@@ -96,6 +151,17 @@ WebPreviewView::Coordinator::NavigationPolicy WebPreviewView::Coordinator::decid
     if (resolved.kind.tag() != ResolvedSiteResource::Kind::Tag::localPage)
         return NavigationPolicy::allow;
     const auto& pageID = *resolved.kind.pageID();
+    if (kind == NavigationKind::other) {
+        // One of this view's own loads: the engine may ask about it after the store has already
+        // moved to another page. Asking the store then would select the old page again, whose
+        // load would ask for the newer one, and so on for ever; such a load is simply dropped.
+        auto ownLoad = std::find(m_requestedPageLoads.begin(), m_requestedPageLoads.end(), pageID);
+        if (ownLoad != m_requestedPageLoads.end()) {
+            // Older loads were superseded before the engine asked about them.
+            m_requestedPageLoads.erase(m_requestedPageLoads.begin(), ownLoad + 1);
+            return pageID == m_currentPageID ? NavigationPolicy::allow : NavigationPolicy::cancel;
+        }
+    }
     // The load of the current page itself, and links to it, pass without asking.
     if (pageID == m_currentPageID)
         return NavigationPolicy::allow;
@@ -112,10 +178,21 @@ WebPreviewView::Coordinator::NavigationPolicy WebPreviewView::Coordinator::decid
 void WebPreviewView::Coordinator::didFinish(WebKitWebView* webView)
 {
     installScrollObserver(webView);
+    restoreScrollPosition(webView);
     // A load discards the page's state: the last effects go on again, so hidden and highlighted
     // candidates survive the reload after a save.
     if (m_lastPreviewDirective)
         evaluateDroppingAnswer(webView, BrightloopPreviewEffectScript::script(*m_lastPreviewDirective));
+}
+
+void WebPreviewView::Coordinator::restoreScrollPosition(WebKitWebView* webView)
+{
+    auto position = std::exchange(m_scrollToRestore, std::nullopt);
+    if (!position || position->loadGeneration != m_loadGeneration)
+        return;
+    // The script marks the position it set, so that the scroll observer doesn't report it as
+    // the reader's scroll (which would clear the fence result).
+    evaluateDroppingAnswer(webView, scrollRestoreScript() + "(" + jsNumber(position->x) + ", " + jsNumber(position->y) + ");");
 }
 
 void WebPreviewView::Coordinator::installScrollObserver(WebKitWebView* webView)
@@ -334,20 +411,13 @@ std::string WebPreviewView::Coordinator::unavailableHTML(std::string_view text)
 
 const std::string& WebPreviewView::Coordinator::scrollObserverScript()
 {
-    static const std::string script = [] {
-        GError* error = nullptr;
-        GBytes* bytes = g_resource_lookup_data(quillory_get_resource(), scrollObserverResourcePath, G_RESOURCE_LOOKUP_FLAGS_NONE, &error);
-        if (!bytes) {
-            // The script is compiled into the program; its absence is a broken build.
-            std::fprintf(stderr, "Missing resource %s: %s\n", scrollObserverResourcePath, error->message);
-            std::abort();
-        }
-        gsize size = 0;
-        auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
-        std::string text(data, size);
-        g_bytes_unref(bytes);
-        return text;
-    }();
+    static const std::string script = resourceText(scrollObserverResourcePath);
+    return script;
+}
+
+const std::string& WebPreviewView::Coordinator::scrollRestoreScript()
+{
+    static const std::string script = resourceText(scrollRestoreResourcePath);
     return script;
 }
 

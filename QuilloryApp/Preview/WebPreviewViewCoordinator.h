@@ -6,6 +6,7 @@
 #include <graphene.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,6 +28,12 @@ public:
     enum class NavigationPolicy {
         allow,
         cancel,
+    };
+    // Who started a navigation, as far as the engine tells: a link click or form of the user's,
+    // or something else (a load of this view's own, a page script, a reload).
+    enum class NavigationKind {
+        userLink,
+        other,
     };
 
     Coordinator() = default;
@@ -57,8 +64,10 @@ public:
     void handlePageInspectionTokenIfChanged(const std::optional<UUID>&);
 
     // Whether a navigation to `url` (nothing when the request has none) may go on. Asks
-    // onNavigateToPage, synchronously, for a link to another page of the site.
-    NavigationPolicy decidePolicy(const std::optional<std::string>& url);
+    // onNavigateToPage, synchronously, for a link to another page of the site. A load this view
+    // started itself never asks: it goes on while its page is still the current one, and is
+    // cancelled once the store has moved on, so that a superseded load can't select its page again.
+    NavigationPolicy decidePolicy(const std::optional<std::string>& url, NavigationKind = NavigationKind::userLink);
     // After each finished navigation: installs the scroll observer and applies the last directive
     // again, since a load discards the page's state.
     void didFinish(WebKitWebView*);
@@ -79,8 +88,13 @@ private:
     using TextCompletion = std::function<void(Coordinator&, std::optional<std::string>)>;
 
     static const std::string& scrollObserverScript();
+    // A function expression of the page position (x, y) to scroll to; the caller appends the call.
+    static const std::string& scrollRestoreScript();
 
     void installScrollObserver(WebKitWebView*);
+    void load(WebKitWebView*, const PreviewTarget&);
+    // Puts the page back where the reader left it before a reload of the same page.
+    void restoreScrollPosition(WebKitWebView*);
     void applyPreviewDirectiveToCurrentPage();
     void runFenceForViewRect(const graphene_rect_t& viewRect);
     void runVisibleAreaFence();
@@ -95,6 +109,17 @@ private:
     WebKitWebView* m_webView { nullptr };
     std::optional<PreviewTarget> m_lastPreviewTarget;
     std::optional<UUID> m_lastReloadToken;
+    // Pages of this view's own loads whose navigation the engine has not asked about yet, oldest first.
+    std::vector<std::string> m_requestedPageLoads;
+    // Counts loads, so that an answer about the scroll position that arrives late is dropped.
+    std::uint64_t m_loadGeneration { 0 };
+    struct ScrollPosition {
+        double x { 0 };
+        double y { 0 };
+        std::uint64_t loadGeneration { 0 };
+    };
+    // Where the page stood before a reload of the same page; restored when that load finishes.
+    std::optional<ScrollPosition> m_scrollToRestore;
     std::optional<std::string> m_currentPageID;
     std::function<bool(const std::string&)> m_onNavigateToPage;
     std::function<void()> m_onPreviewScrolled;

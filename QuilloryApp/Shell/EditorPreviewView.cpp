@@ -3,6 +3,7 @@
 #include "QuilloryApp/Brightloop/BrightloopStore.h"
 #include "QuilloryApp/Inspection/PageInspectionStore.h"
 #include "QuilloryApp/Preview/PreviewPane.h"
+#include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/ProtectedHSplitView.h"
 #include "QuilloryApp/Editor/SourceEditorView.h"
 #include "QuilloryApp/Shell/StatusStripView.h"
@@ -37,6 +38,7 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     gtk_widget_set_vexpand(root, TRUE);
 
     m_documentContent = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(m_documentContent), makeDiskChangeBar());
     // The editor leads and the rendering trails; neither can be dragged below its minimum.
     m_split = std::make_unique<ProtectedHSplitView>(560, 660, 520, makeEditorPane(), m_previewPane->widget());
     gtk_widget_set_vexpand(m_split->widget(), TRUE);
@@ -49,6 +51,11 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     showSelection();
     showEditState();
     updatePreview();
+    showDiskConflict();
+    m_connections.observe(store.diskConflict(), [this] {
+        showDiskConflict();
+        showEditState();
+    });
     m_connections.observe(store.selectedPageID(), [this] {
         showSelection();
         showEditState();
@@ -104,6 +111,33 @@ GtkWidget* EditorPreviewView::makeEditorPane()
     gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
     gtk_box_append(GTK_BOX(pane), GTK_WIDGET(m_editStateLabel));
     return pane;
+}
+
+GtkWidget* EditorPreviewView::makeDiskChangeBar()
+{
+    m_diskChangeBar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
+    gtk_widget_add_css_class(m_diskChangeBar, "quillory-disk-change-bar");
+    gtk_box_append(GTK_BOX(m_diskChangeBar), gtk_image_new_from_icon_name(IconNames::symbolic("exclamationmark.triangle")));
+    m_diskChangeLabel = GTK_LABEL(gtk_label_new(nullptr));
+    gtk_label_set_xalign(m_diskChangeLabel, 0.0f);
+    gtk_label_set_single_line_mode(m_diskChangeLabel, TRUE);
+    gtk_label_set_ellipsize(m_diskChangeLabel, PANGO_ELLIPSIZE_END);
+    gtk_widget_set_hexpand(GTK_WIDGET(m_diskChangeLabel), TRUE);
+    gtk_box_append(GTK_BOX(m_diskChangeBar), GTK_WIDGET(m_diskChangeLabel));
+    m_reloadFromDiskButton = GTK_BUTTON(gtk_button_new_with_label("Reload from Disk"));
+    m_keepMyVersionButton = GTK_BUTTON(gtk_button_new_with_label("Keep My Version"));
+    gtk_box_append(GTK_BOX(m_diskChangeBar), GTK_WIDGET(m_reloadFromDiskButton));
+    gtk_box_append(GTK_BOX(m_diskChangeBar), GTK_WIDGET(m_keepMyVersionButton));
+    m_connections.connectSwapped(m_reloadFromDiskButton, "clicked", G_CALLBACK(+[](EditorPreviewView* self) { self->m_store.reloadSelectedPageFromDisk(); }), this);
+    m_connections.connectSwapped(m_keepMyVersionButton, "clicked", G_CALLBACK(+[](EditorPreviewView* self) { self->m_store.keepSelectedPageVersion(); }), this);
+    return m_diskChangeBar;
+}
+
+void EditorPreviewView::showDiskConflict()
+{
+    const auto& conflict = m_store.diskConflict().get();
+    gtk_label_set_text(m_diskChangeLabel, conflict ? conflict->message().c_str() : "");
+    gtk_widget_set_visible(m_diskChangeBar, conflict.has_value());
 }
 
 bool EditorPreviewView::isShowingDocument() const

@@ -35,11 +35,19 @@ public:
     WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
     PreviewPane& previewPane() const { return *m_previewPane; }
     GtkLabel* editStateLabel() const { return m_editStateLabel; }
+    // The one line over the split while the selected file changed on disk under unsaved text:
+    // "index.html changed on disk." with "Reload from Disk" and "Keep My Version".
+    GtkWidget* diskChangeBar() const { return m_diskChangeBar; }
+    GtkLabel* diskChangeLabel() const { return m_diskChangeLabel; }
+    GtkButton* reloadFromDiskButton() const { return m_reloadFromDiskButton; }
+    GtkButton* keepMyVersionButton() const { return m_keepMyVersionButton; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
 
 private:
     GtkWidget* makeEditorPane();
+    GtkWidget* makeDiskChangeBar();
+    void showDiskConflict();
     void showSelection();
     void showEditState();
     void updatePreview();
@@ -56,6 +64,10 @@ private:
     bool m_previewShowsEmptyPage { false };
     GtkWidget* m_documentContent { nullptr };
     GtkLabel* m_editStateLabel { nullptr };
+    GtkWidget* m_diskChangeBar { nullptr };
+    GtkLabel* m_diskChangeLabel { nullptr };
+    GtkButton* m_reloadFromDiskButton { nullptr };
+    GtkButton* m_keepMyVersionButton { nullptr };
     ViewConnections m_connections;
 };
 

@@ -1,6 +1,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
 #include "QuilloryApp/Preview/SitePreviewURL.h"
+#include "QuilloryApp/Workspace/SiteFolderWatcher.h"
 #include "QuilloryCore/Text/FilePaths.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
@@ -72,6 +73,7 @@ void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
     m_pageInspectionStore.clear();
     m_selectedPageID.set(std::move(selection));
     loadSelectedPage();
+    startWatchingSiteFolder();
     // The Git snapshot and status refreshes start here.
     m_recentProjectsStore.recordOpenedProject(rootURL);
     m_recentProjects.set(m_recentProjectsStore.projects());
@@ -80,6 +82,7 @@ void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
 void WorkspaceStore::publishFailedWorkspace(const std::string& message)
 {
     // A failed open closes the old workspace too; only rootURL keeps its old value.
+    stopWatchingSiteFolder();
     m_errorMessage.set(message);
     m_siteMap.set(std::nullopt);
     m_editableDocuments.set({});
@@ -132,21 +135,25 @@ void WorkspaceStore::openRecentWorkspace(const WorkspaceRecentProject& project)
 
 void WorkspaceStore::loadSelectedPage()
 {
+    // A question about the file of the previous selection no longer stands.
+    m_diskConflict.setIfChanged(std::nullopt);
     auto document = selectedDocument();
     if (!document) {
         setEditorTextFromStore({});
         return;
     }
-    // Returning to a document gives back what was typed, not what the file holds now.
+    // Returning to a document gives back what was typed, not what the file holds now, unless
+    // another program changed the file meanwhile.
     if (auto session = m_editSessions.find(document->id()); session != m_editSessions.end()) {
         setEditorTextFromStore(session->second.currentText);
         m_previewReloadToken.set(UUID::random());
         m_errorMessage.set(std::nullopt);
+        checkSelectedFileOnDisk();
         return;
     }
-    std::u16string text;
+    TextFile::FingerprintedText read;
     try {
-        text = TextFile::readUTF8(document->url);
+        read = TextFile::readFingerprintedUTF8(document->url);
     } catch (const std::exception& error) {
         // No session is made, so an autosave can't overwrite the unread file with the empty text,
         // and a later selection tries the disk again.
@@ -154,8 +161,10 @@ void WorkspaceStore::loadSelectedPage()
         setEditorTextFromStore({});
         return;
     }
-    m_editSessions.insert_or_assign(document->id(), PageEditSession(document->id(), text));
-    setEditorTextFromStore(std::move(text));
+    PageEditSession session(document->id(), read.text);
+    session.diskFingerprint = read.fingerprint;
+    m_editSessions.insert_or_assign(document->id(), std::move(session));
+    setEditorTextFromStore(std::move(read.text));
     m_previewReloadToken.set(UUID::random());
     m_errorMessage.set(std::nullopt);
 }

@@ -13,6 +13,7 @@
 #include "QuilloryCore/SiteModel/PreviewTarget.h"
 #include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
+#include "QuilloryCore/Text/TextFileFingerprint.h"
 #include "QuilloryCore/Text/UUID.h"
 
 #include <chrono>
@@ -26,6 +27,8 @@
 #include <vector>
 
 namespace Quillory {
+
+class SiteFolderWatcher;
 
 // Whether the opened folder is a frontend project, which decides the default document.
 enum class FrontendProjectPresence {
@@ -110,6 +113,46 @@ public:
     // The message reaches the panel as it stands; the previous snapshot stays.
     void failPageInspectionSnapshot(std::string message);
 
+    // Outside changes (WorkspaceStoreDiskChanges.cpp). Each session remembers what its file held
+    // when it last read or wrote it. Every writer of the selected file checks the file first, and
+    // when another program changed or removed it since, nothing is written: the text stays in the
+    // editor and diskConflict asks the user. Writers other than the edit session (Git restore,
+    // the formatter) use the same check.
+    struct DiskConflict {
+        enum class Kind {
+            changed,
+            deleted,
+        };
+        std::string documentID;
+        Kind kind { Kind::changed };
+        // The one line the window shows: "index.html changed on disk." or "index.html was deleted on disk.".
+        std::string message() const;
+        friend bool operator==(const DiskConflict&, const DiskConflict&) = default;
+    };
+    // Present while the selected document's file changed on disk under unsaved text, or a write
+    // found it changed; "Reload from Disk" and "Keep My Version" answer it.
+    const ObservableProperty<std::optional<DiskConflict>>& diskConflict() const { return m_diskConflict; }
+    // True when the selected document's file no longer holds what its session last read or wrote
+    // (another program changed or removed it). False with no selection or no session. Reads the file.
+    bool selectedFileChangedOnDisk() const;
+    // The checked write every writer of the selected file goes through: writes `text` only while
+    // the file still holds what the session last read or wrote, and then remembers the new
+    // state. On an outside change nothing is written, diskConflict is raised and the result is
+    // false; a failed write puts its reason into errorMessage and gives false as well. The
+    // session's texts are the caller's to update.
+    bool writeSelectedFileCheckingDisk(const std::u16string& text);
+    // For a writer that changed the selected file on purpose by other means (a Git restore):
+    // remembers what the file holds now, so that the change is not taken for another program's.
+    void rememberSelectedFileOnDisk();
+    // "Reload from Disk": the file's text becomes the session's current and last written text, so
+    // nothing is pending; an undo snapshot keeps what the editor held. For a deleted file the
+    // session is dropped and the site is scanned again.
+    void reloadSelectedPageFromDisk();
+    // "Keep My Version": writes the editor's text over the file (and so recreates a deleted one).
+    void keepSelectedPageVersion();
+    // How long the folder watch waits for a burst of file events to end.
+    static constexpr std::chrono::milliseconds diskChangeDelay { 150 };
+
     // Derived values.
     std::optional<EditableDocument> selectedDocument() const;
     // Nothing for a source document.
@@ -146,6 +189,25 @@ private:
     void publishFailedWorkspace(const std::string& message);
     PageEditSession* mutableSelectedEditSession();
 
+    // Outside changes and the folder watch (WorkspaceStoreDiskChanges.cpp).
+    void startWatchingSiteFolder();
+    void stopWatchingSiteFolder();
+    void siteFolderDidChange(const std::filesystem::path&);
+    void handleDiskChanges();
+    // Whether the document's file holds neither what its session last read or wrote nor a write of
+    // this store still under way. False for a document without a session.
+    bool documentChangedOnDisk(const std::string& documentID) const;
+    // Called for the selected document when it is shown and when its file changed: reloads the
+    // file when nothing is pending, asks when something is.
+    void checkSelectedFileOnDisk();
+    void adoptDiskText(PageEditSession&, TextFile::FingerprintedText);
+    void raiseDiskConflict(const std::string& documentID);
+    void rebuildSiteInBackground();
+    void applyRebuiltSite(SiteMap, std::vector<EditableDocument>);
+    // Remembers a background write under way, so that its file event isn't taken for an outside one.
+    std::uint64_t beginBackgroundWrite(const std::string& documentID, const std::u16string& text);
+    void endBackgroundWrite(const std::string& documentID, std::uint64_t contentHash);
+
     WorkspaceRecentProjectsStore& m_recentProjectsStore;
     Scheduler& m_scheduler;
     SiteGraphBuilder m_siteGraphBuilder;
@@ -166,6 +228,15 @@ private:
     bool m_isLoadingEditorText { false };
     std::optional<ScheduledTask> m_autosaveTask;
     std::uint64_t m_autosaveGeneration { 0 };
+    // Outside changes and the folder watch.
+    ObservableProperty<std::optional<DiskConflict>> m_diskConflict;
+    std::unique_ptr<SiteFolderWatcher> m_siteFolderWatcher;
+    std::vector<std::filesystem::path> m_pendingDiskChanges;
+    std::optional<ScheduledTask> m_diskChangeTask;
+    std::uint64_t m_siteRebuildGeneration { 0 };
+    // Content hashes of background writes under way, by document id.
+    std::multimap<std::string, std::uint64_t> m_backgroundWrites;
+
     // Background completions hold a weak reference to this and drop their result once it is gone.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
 };

@@ -73,27 +73,53 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
 
     auto text = session->currentText;
     auto pageID = document->id();
+    // What the file may hold: what the session last read or wrote, or a write of ours under way.
+    std::vector<std::uint64_t> ownContents;
+    auto [firstWrite, lastWrite] = m_backgroundWrites.equal_range(pageID);
+    for (auto write = firstWrite; write != lastWrite; ++write)
+        ownContents.push_back(write->second);
+    auto contentHash = beginBackgroundWrite(pageID, text);
+    struct WriteResult {
+        std::optional<TextFileFingerprint> written;
+        std::optional<std::string> failure;
+        bool changedOnDisk { false };
+    };
     // The worker touches only these copies. The Git file snapshot will join the write here.
-    auto write = [url = document->url, text]() -> std::optional<std::string> {
+    auto write = [url = document->url, text, remembered = session->diskFingerprint, ownContents]() -> WriteResult {
         try {
-            TextFile::writeUTF8Atomically(url, text);
-            return std::nullopt;
+            if (remembered) {
+                // Another program's change is never overwritten; the user is asked first.
+                auto current = TextFileFingerprint::current(url);
+                bool isOwn = current.hasSameContent(*remembered)
+                    || (current.exists && std::find(ownContents.begin(), ownContents.end(), current.contentHash) != ownContents.end());
+                if (!isOwn)
+                    return { std::nullopt, std::nullopt, true };
+            }
+            return { TextFile::writeFingerprintedUTF8Atomically(url, text), std::nullopt, false };
         } catch (const std::exception& error) {
-            return std::string(error.what());
+            return { std::nullopt, std::string(error.what()), false };
         }
     };
-    auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text](std::optional<std::string> failure) {
+    auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text, contentHash](WriteResult result) {
         if (!lifetime.lock())
             return;
+        endBackgroundWrite(pageID, contentHash);
+        auto stored = m_editSessions.find(pageID);
+        // The file holds this text now, whether or not the result still counts.
+        if (result.written && stored != m_editSessions.end())
+            stored->second.diskFingerprint = result.written;
         // A result that no longer describes the selected text is dropped without a message.
         if (generation != m_autosaveGeneration || m_selectedPageID.get() != pageID)
             return;
-        auto stored = m_editSessions.find(pageID);
         if (stored == m_editSessions.end() || stored->second.currentText != text)
             return;
-        if (failure) {
+        if (result.changedOnDisk) {
+            raiseDiskConflict(pageID);
+            return;
+        }
+        if (result.failure) {
             // lastAutosavedText stays, so the page stays pending and the next change tries again.
-            m_errorMessage.set(*failure);
+            m_errorMessage.set(*result.failure);
             return;
         }
         stored->second.lastAutosavedText = text;
@@ -112,12 +138,8 @@ bool WorkspaceStore::autosaveCurrentPageIfNeeded()
     auto* session = mutableSelectedEditSession();
     if (!document || !session || session->currentText == session->lastAutosavedText)
         return true;
-    try {
-        TextFile::writeUTF8Atomically(document->url, session->currentText);
-    } catch (const std::exception& error) {
-        m_errorMessage.set(error.what());
+    if (!writeSelectedFileCheckingDisk(session->currentText))
         return false;
-    }
     session->markAutosaved();
     m_previewReloadToken.set(UUID::random());
     m_pageInspectionStore.clear();
@@ -154,12 +176,8 @@ void WorkspaceStore::revertSelectedPageToOpenedBaseline()
     auto* session = mutableSelectedEditSession();
     if (!document || !session)
         return;
-    try {
-        TextFile::writeUTF8Atomically(document->url, session->openedBaselineText);
-    } catch (const std::exception& error) {
-        m_errorMessage.set(error.what());
+    if (!writeSelectedFileCheckingDisk(session->openedBaselineText))
         return;
-    }
     // The undo history stays as it is; no snapshot of the discarded text is taken.
     session->revertToOpenedBaseline();
     session->markAutosaved();

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "QuilloryCore/Text/TextFileFingerprint.h"
+
+#include <optional>
 #include <string>
 
 namespace Quillory {
@@ -11,6 +14,9 @@ struct PageEditSession {
     std::u16string openedBaselineText; // Never changes, also across autosaves.
     std::u16string currentText; // What the editor holds.
     std::u16string lastAutosavedText; // What this session last wrote to disk.
+    // What the file held when this session last read or wrote it; nothing when not known. Every
+    // write first compares it with the file, so that another program's change is never overwritten.
+    std::optional<TextFileFingerprint> diskFingerprint;
 
     PageEditSession(std::string pageID, std::u16string openedBaselineText);
 

@@ -94,7 +94,11 @@ std::string readBytes(const std::filesystem::path& path)
 
 std::u16string readUTF8(const std::filesystem::path& path)
 {
-    auto bytes = readBytes(path);
+    return decodeUTF8(readBytes(path), path);
+}
+
+std::u16string decodeUTF8(std::string_view bytes, const std::filesystem::path& path)
+{
     auto text = UnicodeText::utf16FromUTF8(bytes);
     if (!text)
         throw FileReadError(path, "The file " + quotedFileName(path) + " couldn\u2019t be opened because it isn\u2019t valid UTF-8 text (" + path.string() + ").");

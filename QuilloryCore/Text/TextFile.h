@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace Quillory::TextFile {
 
@@ -9,6 +10,10 @@ namespace Quillory::TextFile {
 // as U+FEFF and line ends are not touched, so writing the result back gives the same bytes.
 // Throws FileReadError naming the file, with the OS's reason or the encoding problem.
 std::u16string readUTF8(const std::filesystem::path&);
+
+// The bytes read from `path` as strict UTF-8, in UTF-16 code units. Throws FileReadError naming
+// the file when they aren't valid UTF-8.
+std::u16string decodeUTF8(std::string_view bytes, const std::filesystem::path&);
 
 // Reads a whole file's bytes, unconverted. Throws FileReadError.
 std::string readBytes(const std::filesystem::path&);

@@ -12,6 +12,13 @@
       clearTimeout(pending);
     }
     pending = setTimeout(() => {
+      pending = null;
+      // A position the program restored after a reload is not the reader's scroll.
+      const restored = window.__quilloryRestoredScroll;
+      window.__quilloryRestoredScroll = null;
+      if (restored && restored[0] === window.scrollX && restored[1] === window.scrollY) {
+        return;
+      }
       window.webkit?.messageHandlers?.quilloryPreviewScrolled?.postMessage("scroll");
     }, 80);
   }, { passive: true });
