@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 CTEST_ARGS ?=
 
-.PHONY: run test bench build deps configure clean
+.PHONY: run test bench build deps configure clean sanitize fuzz
 
 deps:
 	@scripts/install-deps.sh
@@ -31,5 +31,16 @@ bench: build
 	else GSETTINGS_BACKEND=memory GTK_IM_MODULE=none WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS=1 xvfb-run -a -s "-screen 0 1920x1200x24" \
 	  dbus-run-session -- $(BUILD_DIR)/bench/QuilloryAppBenchmarks --benchmark_counters_tabular=true; fi
 
+# The core and command-line tests under AddressSanitizer and UndefinedBehaviorSanitizer (clang),
+# and each fuzzing harness over its corpus and then FUZZ_SECONDS of new inputs, in their own
+# build directory.
+SANITIZE_BUILD_DIR ?= build-sanitize
+FUZZ_SECONDS ?= 30
+sanitize: deps
+	@scripts/run-sanitizers.sh $(SANITIZE_BUILD_DIR)
+
+fuzz: deps
+	@scripts/run-fuzz.sh $(SANITIZE_BUILD_DIR) $(FUZZ_SECONDS)
+
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_BUILD_DIR)

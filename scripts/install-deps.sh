@@ -13,6 +13,8 @@ packages=(
   xvfb xauth dbus-x11 fonts-dejavu-core
   # The window tests move and press the pointer through the X server's test extension.
   libxtst-dev
+  # The sanitizer build and the fuzzing harnesses (libFuzzer comes with clang's runtime).
+  clang libclang-rt-14-dev
 )
 # Node.js and npm come with the machine on our CI image; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || packages+=(nodejs)
