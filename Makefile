@@ -5,7 +5,7 @@ BUILD_TYPE ?= RelWithDebInfo
 CTEST_ARGS ?=
 PREFIX ?= /usr/local
 
-.PHONY: run test bench build deps configure clean install package
+.PHONY: run test bench build deps configure clean install package sanitize fuzz
 
 deps:
 	@scripts/install-deps.sh
@@ -40,5 +40,16 @@ install: build
 package: build
 	cd $(BUILD_DIR) && cpack -G DEB
 
+# The core and command-line tests under AddressSanitizer and UndefinedBehaviorSanitizer (clang),
+# and each fuzzing harness over its corpus and then FUZZ_SECONDS of new inputs, in their own
+# build directory.
+SANITIZE_BUILD_DIR ?= build-sanitize
+FUZZ_SECONDS ?= 30
+sanitize: deps
+	@scripts/run-sanitizers.sh $(SANITIZE_BUILD_DIR)
+
+fuzz: deps
+	@scripts/run-fuzz.sh $(SANITIZE_BUILD_DIR) $(FUZZ_SECONDS)
+
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(SANITIZE_BUILD_DIR)

@@ -17,7 +17,7 @@ nlohmann::json tagJSON(const Quillory::IndexedTag& tag)
              { "innerText", tag.innerText ? nlohmann::json(*tag.innerText) : nlohmann::json(nullptr) },
              { "attributes", std::move(attributes) },
              { "classes", tag.classes },
-             { "ancestorTags", tag.ancestorTags },
+             { "ancestorTags", tag.ancestorTags.names() },
              { "siblingIndex", tag.siblingIndex } };
 }
 

@@ -1,4 +1,5 @@
 #include "QuilloryCLI/CLICommand.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 
 #include <algorithm>
 #include <exception>
@@ -58,7 +59,8 @@ nlohmann::json rangeJSON(const std::optional<Quillory::Utf16Range>& range)
 
 void printJSON(const nlohmann::json& document)
 {
-    std::cout << document.dump(2) << '\n';
+    // File names and references may hold bytes that are not UTF-8; they print as U+FFFD.
+    std::cout << document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 }
@@ -96,7 +98,7 @@ int main(int argc, char** argv)
         std::cerr << "quillory-cli " << command->name << ": " << error.what() << "\nusage: quillory-cli " << command->usage << '\n';
         return 1;
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
+        std::cerr << Quillory::UnicodeText::replacingInvalidUTF8(error.what()) << '\n';
         return 1;
     }
     return 0;

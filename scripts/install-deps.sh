@@ -15,6 +15,8 @@ packages=(
   libxtst-dev
   # The install test validates the launcher entry and software-centre data with the desktop's tools.
   desktop-file-utils appstream
+  # The sanitizer build and the fuzzing harnesses (libFuzzer comes with clang's runtime).
+  clang libclang-rt-14-dev
 )
 # Node.js and npm come with the machine on our CI image; install Debian's only when absent.
 command -v node >/dev/null 2>&1 || packages+=(nodejs)

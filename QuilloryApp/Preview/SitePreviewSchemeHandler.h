@@ -64,8 +64,9 @@ public:
     // The answer to a request URL (nothing when the request has none) from a resolver (nothing
     // when no site is open). Reads the resolved file whole, synchronously.
     static SitePreviewAnswer answer(const std::optional<std::string>& requestURL, const std::optional<SiteRouteResolver>&);
-    // The answer for a reference the resolver has already resolved.
-    static SitePreviewAnswer answer(const ResolvedSiteResource&);
+    // The answer for a reference that `resolver` has already resolved. A file that leaves the site
+    // (a link, or a real path outside the site's real folder) is "Route not found".
+    static SitePreviewAnswer answer(const ResolvedSiteResource&, const SiteRouteResolver& resolver);
     // The MIME type and encoding by the served file's extension, lower-cased.
     static SitePreviewContentType contentType(const std::filesystem::path& fileURL);
     // A plain-text failure: the status and the message as UTF-8.

@@ -1,391 +1,20 @@
 #include "QuilloryCore/Analysis/HTMLTagIndexer.h"
 
-#include "QuilloryCore/Text/CharacterSegmentation.h"
+#include "QuilloryCore/Analysis/HTMLTagIndexerText.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
-#include <cstring>
 #include <memory>
-#include <unicode/uchar.h>
+#include <unordered_map>
 #include <utility>
 
 namespace Quillory::HTMLTagIndexer {
 
 namespace {
 
-using Attributes = std::map<std::string, IndexedAttribute, std::less<>>;
+using namespace HTMLTagIndexerText;
 
-constexpr std::size_t notFound = std::u16string_view::npos;
-
-// Eight code units, for the searches that most of the scanning time goes to. The vector
-// extension compiles to plain SIMD instructions wherever the compiler has them.
-using UnitBlock = std::uint16_t __attribute__((vector_size(16)));
-constexpr std::size_t unitsPerBlock = sizeof(UnitBlock) / sizeof(char16_t);
-
-UnitBlock loadBlock(const char16_t* units)
-{
-    UnitBlock block;
-    std::memcpy(&block, units, sizeof block);
-    return block;
-}
-
-// A lane-wise comparison result (all bits set where true) as one byte per lane in a 64-bit word.
-template<typename Mask>
-std::uint64_t laneBits(Mask mask)
-{
-    using ByteMask = std::int8_t __attribute__((vector_size(unitsPerBlock)));
-    ByteMask bytes = __builtin_convertvector(mask, ByteMask);
-    std::uint64_t bits;
-    static_assert(sizeof bits == sizeof bytes);
-    std::memcpy(&bits, &bytes, sizeof bits);
-    return bits;
-}
-
-// The index of the first true lane of a non-zero laneBits result.
-std::size_t firstLane(std::uint64_t bits)
-{
-    if constexpr (std::endian::native == std::endian::little)
-        return static_cast<std::size_t>(std::countr_zero(bits)) / 8;
-    else
-        return static_cast<std::size_t>(std::countl_zero(bits)) / 8;
-}
-
-// The first `wanted` at or after `from`, or notFound.
-std::size_t findUnit(std::u16string_view text, char16_t wanted, std::size_t from)
-{
-    const char16_t* units = text.data();
-    std::size_t size = text.size();
-    std::size_t position = from;
-    UnitBlock needle = UnitBlock {} + static_cast<std::uint16_t>(wanted);
-    for (; position + unitsPerBlock <= size; position += unitsPerBlock) {
-        if (auto bits = laneBits(loadBlock(units + position) == needle))
-            return position + firstLane(bits);
-    }
-    for (; position < size; ++position) {
-        if (units[position] == wanted)
-            return position;
-    }
-    return notFound;
-}
-
-// The scanner's white space: tab, line feed, form feed, carriage return and space. Vertical tab
-// and non-ASCII blanks are not white space inside tags.
-bool isWhitespace(char16_t unit)
-{
-    return unit == 9 || unit == 10 || unit == 12 || unit == 13 || unit == 32;
-}
-
-bool isASCIILetter(char16_t unit)
-{
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
-}
-
-bool isTagNameCharacter(char16_t unit)
-{
-    return isASCIILetter(unit) || (unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u':' || unit == u'_';
-}
-
-bool isAttributeNameTerminator(char16_t unit)
-{
-    return isWhitespace(unit) || unit == u'/' || unit == u'=' || unit == u'>';
-}
-
-bool isUnquotedValueTerminator(char16_t unit)
-{
-    return isWhitespace(unit) || unit == u'/' || unit == u'>';
-}
-
-char16_t asciiLowercased(char16_t unit)
-{
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-}
-
-bool isHighSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-bool isLowSurrogate(char16_t unit)
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-// Unicode White_Space, the meaning of "\s" in the regular expressions that normalize text.
-bool isUnicodeWhitespace(char32_t character)
-{
-    if (character < 0x80)
-        return (character >= 9 && character <= 13) || character == 32;
-    return u_isUWhiteSpace(static_cast<UChar32>(character));
-}
-
-// Writes one code point as UTF-8 and returns the position behind it.
-char* writeCodePoint(char* out, char32_t character)
-{
-    if (character < 0x80) {
-        *out++ = static_cast<char>(character);
-    } else if (character < 0x800) {
-        *out++ = static_cast<char>(0xC0 | (character >> 6));
-        *out++ = static_cast<char>(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        *out++ = static_cast<char>(0xE0 | (character >> 12));
-        *out++ = static_cast<char>(0x80 | ((character >> 6) & 0x3F));
-        *out++ = static_cast<char>(0x80 | (character & 0x3F));
-    } else {
-        *out++ = static_cast<char>(0xF0 | (character >> 18));
-        *out++ = static_cast<char>(0x80 | ((character >> 12) & 0x3F));
-        *out++ = static_cast<char>(0x80 | ((character >> 6) & 0x3F));
-        *out++ = static_cast<char>(0x80 | (character & 0x3F));
-    }
-    return out;
-}
-
-// The code point that starts at `position`, and how many units it takes. The scanned text holds
-// no unpaired surrogates (they are repaired before scanning), but a stretch cut out of it is
-// still read defensively.
-std::pair<char32_t, std::size_t> codePointAt(std::u16string_view text, std::size_t position)
-{
-    char16_t unit = text[position];
-    if (isHighSurrogate(unit) && position + 1 < text.size() && isLowSurrogate(text[position + 1]))
-        return { 0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (text[position + 1] - 0xDC00), 2 };
-    if (isHighSurrogate(unit) || isLowSurrogate(unit))
-        return { 0xFFFD, 1 };
-    return { unit, 1 };
-}
-
-void appendUTF8(std::string& out, std::u16string_view units)
-{
-    std::size_t start = out.size();
-    if (std::all_of(units.begin(), units.end(), [](char16_t unit) { return unit < 0x80; })) {
-        out.resize(start + units.size());
-        for (std::size_t index = 0; index < units.size(); ++index)
-            out[start + index] = static_cast<char>(units[index]);
-        return;
-    }
-    // Three bytes per unit is the most UTF-8 can take (a surrogate pair makes four from two).
-    out.resize(start + units.size() * 3);
-    char* end = out.data() + start;
-    std::size_t position = 0;
-    while (position < units.size()) {
-        if (units[position] < 0x80) {
-            *end++ = static_cast<char>(units[position]);
-            ++position;
-            continue;
-        }
-        auto [character, width] = codePointAt(units, position);
-        end = writeCodePoint(end, character);
-        position += width;
-    }
-    out.resize(static_cast<std::size_t>(end - out.data()));
-}
-
-// A copy of the text with every unpaired surrogate replaced by U+FFFD, or nothing when the text
-// is well-formed. The replacement is one unit like the surrogate, so every position stays valid.
-std::optional<std::u16string> repairingUnpairedSurrogates(std::u16string_view text)
-{
-    // Most texts hold no surrogate at all; blocks without one are passed over at once.
-    const char16_t* units = text.data();
-    std::size_t size = text.size();
-    std::size_t position = 0;
-    std::optional<std::u16string> repaired;
-    UnitBlock surrogateMask = UnitBlock {} + std::uint16_t(0xF800);
-    UnitBlock surrogateBits = UnitBlock {} + std::uint16_t(0xD800);
-    while (position < size) {
-        if (position + unitsPerBlock <= size && !laneBits((loadBlock(units + position) & surrogateMask) == surrogateBits)) {
-            position += unitsPerBlock;
-            continue;
-        }
-        std::size_t blockEnd = std::min(size, position + unitsPerBlock);
-        for (; position < blockEnd; ++position) {
-            char16_t unit = units[position];
-            if ((unit & 0xF800) != 0xD800)
-                continue;
-            if (isHighSurrogate(unit) && position + 1 < size && isLowSurrogate(units[position + 1])) {
-                // The pair may reach into the next block; step over both halves.
-                ++position;
-                continue;
-            }
-            if (!repaired)
-                repaired.emplace(text);
-            (*repaired)[position] = 0xFFFD;
-        }
-    }
-    return repaired;
-}
-
-Utf16Range rangeBetween(std::size_t start, std::size_t end)
-{
-    return { start, end > start ? end - start : 0 };
-}
-
-std::optional<Utf16Range> innerRangeBetween(std::size_t start, std::size_t end)
-{
-    if (start < end)
-        return Utf16Range { start, end - start };
-    return std::nullopt;
-}
-
-// The tokens of a class attribute: split at every white space character, empty pieces left out.
-// A character here is user-perceived, and it counts as white space when its first code point
-// has the Unicode White_Space property, so a blank carrying a combining mark still separates.
-std::vector<std::string> classTokens(std::u16string_view value)
-{
-    std::vector<std::string> tokens;
-    if (std::any_of(value.begin(), value.end(), [](char16_t unit) { return unit >= 0x80; })) {
-        std::string token;
-        for (auto character : CharacterSegmentation::characterRanges(value)) {
-            auto cluster = value.substr(character.location, character.length);
-            if (!isUnicodeWhitespace(codePointAt(cluster, 0).first)) {
-                appendUTF8(token, cluster);
-                continue;
-            }
-            if (!token.empty())
-                tokens.push_back(std::move(token));
-            token.clear();
-        }
-        if (!token.empty())
-            tokens.push_back(std::move(token));
-        return tokens;
-    }
-
-    // ASCII: every character is one unit.
-    std::size_t count = 0;
-    for (std::size_t index = 0; index < value.size(); ++index)
-        count += !isUnicodeWhitespace(value[index]) && (index == 0 || isUnicodeWhitespace(value[index - 1]));
-    tokens.reserve(count);
-    std::size_t position = 0;
-    while (position < value.size()) {
-        if (isUnicodeWhitespace(value[position])) {
-            ++position;
-            continue;
-        }
-        std::size_t end = position;
-        while (end < value.size() && !isUnicodeWhitespace(value[end]))
-            ++end;
-        auto& token = tokens.emplace_back(end - position, '\0');
-        for (std::size_t index = position; index < end; ++index)
-            token[index - position] = static_cast<char>(value[index]);
-        position = end;
-    }
-    return tokens;
-}
-
-// The visible text of the whole document, built as the scan moves forward: every "<" up to the
-// next ">" cut out (a "<" without one cuts the rest), each white space run collapsed to one
-// blank, as UTF-8.
-//
-// An element's inner text is defined on its own inner range alone, yet this one text serves
-// every element. Each inner range starts right behind a ">", where a cut over the whole text is
-// never inside a "<...>"; and a cut ends at the first ">" whether it began in the range or
-// before it. So an element keeps exactly the units that the whole-text cut keeps inside its
-// range, and its collapsed text is the stretch of this text between the offsets of the range's
-// ends, up to a blank at either end. Every element's text is then a single copy, instead of a
-// pass over its range that would make nested elements cost once per level.
-class CollapsedText {
-public:
-    explicit CollapsedText(std::u16string_view text)
-        : m_text(text)
-        // Three bytes per unit is the most UTF-8 can take; pages are touched only as written.
-        , m_bytes(new char[text.size() * 3 + 1])
-    {
-    }
-
-    // The length in bytes of the collapsed text made from the units before `position`.
-    // Positions must not decrease from one call to the next.
-    std::size_t offset(std::size_t position)
-    {
-        // The state lives in locals while the loop writes bytes, which could alias any member.
-        const char16_t* units = m_text.data();
-        std::size_t length = m_text.size();
-        std::size_t current = m_position;
-        bool inCut = m_inCut;
-        bool afterBlank = m_afterBlank;
-        char* out = m_bytes.get() + m_length;
-        while (current < position) {
-            if (inCut) {
-                // Nothing inside a cut is kept, so running past `position` changes no offset.
-                auto close = findUnit(m_text, u'>', current);
-                current = close == notFound ? length : close + 1;
-                inCut = false;
-                continue;
-            }
-            if (current + unitsPerBlock <= position && collapseASCIIBlock(units + current, out, afterBlank)) {
-                current += unitsPerBlock;
-                continue;
-            }
-            char16_t unit = units[current];
-            if (unit == u'<') {
-                inCut = true;
-                ++current;
-                continue;
-            }
-            if (unit < 0x80) {
-                if (!isUnicodeWhitespace(unit)) {
-                    *out++ = static_cast<char>(unit);
-                    afterBlank = false;
-                } else if (!afterBlank) {
-                    *out++ = ' ';
-                    afterBlank = true;
-                }
-                ++current;
-                continue;
-            }
-            auto [character, width] = codePointAt(m_text, current);
-            if (isUnicodeWhitespace(character)) {
-                if (!afterBlank)
-                    *out++ = ' ';
-                afterBlank = true;
-            } else {
-                out = writeCodePoint(out, character);
-                afterBlank = false;
-            }
-            current += width;
-        }
-        m_position = current;
-        m_inCut = inCut;
-        m_afterBlank = afterBlank;
-        m_length = static_cast<std::size_t>(out - m_bytes.get());
-        return m_length;
-    }
-
-    // The text between two offsets without a blank at either end; nothing when that is empty.
-    std::optional<std::string> trimmedText(std::size_t start, std::size_t end) const
-    {
-        const char* bytes = m_bytes.get();
-        if (start < end && bytes[start] == ' ')
-            ++start;
-        if (start < end && bytes[end - 1] == ' ')
-            --end;
-        if (start >= end)
-            return std::nullopt;
-        return std::string(bytes + start, end - start);
-    }
-
-private:
-    // Collapses a block of ASCII without "<", the bulk of a page's text, without branching on
-    // each unit; false (and nothing written) when the block holds anything else.
-    static bool collapseASCIIBlock(const char16_t* units, char*& out, bool& afterBlank)
-    {
-        UnitBlock block = loadBlock(units);
-        if (laneBits((block >= std::uint16_t(0x80)) | (block == std::uint16_t('<'))))
-            return false;
-        for (std::size_t index = 0; index < unitsPerBlock; ++index) {
-            char16_t unit = units[index];
-            bool isBlank = static_cast<char16_t>(unit - 9) <= 4 || unit == u' ';
-            *out = isBlank ? ' ' : static_cast<char>(unit);
-            out += !(isBlank && afterBlank);
-            afterBlank = isBlank;
-        }
-        return true;
-    }
-
-    std::u16string_view m_text;
-    std::unique_ptr<char[]> m_bytes;
-    std::size_t m_length { 0 }; // Bytes written.
-    std::size_t m_position { 0 }; // Units read.
-    bool m_inCut { false };
-    bool m_afterBlank { false };
-};
+// How many earlier children of each name an element (or the top level) has had.
+using SiblingCounts = std::unordered_map<std::string, int>;
 
 // One opening tag as read. Its record already holds the name, attributes and classes, and the
 // scan fills in the rest, so nothing is copied on the way to the result.
@@ -403,8 +32,9 @@ struct PartialTag {
     std::size_t openTagEnd { 0 };
     // Where the inner text starts in the collapsed text.
     std::size_t innerTextOffset { 0 };
-    // Where the counts of this element's children begin in the scanner's sibling counts.
-    std::size_t childCountsStart { 0 };
+    // This element's entry in the chain of ancestor names.
+    std::size_t ancestorLink { AncestorTags::none };
+    SiblingCounts childCounts;
 };
 
 class Scanner {
@@ -413,6 +43,7 @@ public:
         : m_text(text)
         , m_length(text.size())
         , m_collapsed(text)
+        , m_ancestorChain(std::make_shared<AncestorTags::Chain>())
     {
     }
 
@@ -508,18 +139,14 @@ private:
     std::size_t openElement(ParsedOpenTag& parsed)
     {
         auto& tag = parsed.tag;
-        auto parentCounts = m_siblingCounts.begin() + static_cast<std::ptrdiff_t>(m_stack.empty() ? 0 : m_stack.back().childCountsStart);
-        auto counted = std::find_if(parentCounts, m_siblingCounts.end(), [&](const auto& entry) { return entry.first == tag.tagName; });
-        if (counted == m_siblingCounts.end()) {
-            m_siblingCounts.emplace_back(tag.tagName, 1);
-        } else {
-            tag.siblingIndex = counted->second;
-            ++counted->second;
-        }
+        // Counted by name, so that a parent with many differently named children costs no more
+        // than one with few.
+        auto& counts = m_stack.empty() ? m_topLevelCounts : m_stack.back().childCounts;
+        auto& count = counts[tag.tagName];
+        tag.siblingIndex = count++;
 
-        tag.ancestorTags.reserve(m_stack.size());
-        for (auto open = m_stack.rbegin(); open != m_stack.rend(); ++open)
-            tag.ancestorTags.push_back(open->tag.tagName);
+        auto parentLink = m_stack.empty() ? AncestorTags::none : m_stack.back().ancestorLink;
+        tag.ancestorTags = AncestorTags(m_ancestorChain, parentLink, m_stack.size());
 
         // The self-closing flag wins over everything, so `<script src="a" />` opens no raw text
         // and `<div />` opens no div.
@@ -535,7 +162,15 @@ private:
             emit(tag, rangeBetween(parsed.openTagStart, end), innerRangeBetween(parsed.openTagEnd, end), innerTextOffset);
             return end;
         }
-        m_stack.emplace_back(std::move(tag), parsed.openTagStart, parsed.openTagEnd, innerTextOffset, m_siblingCounts.size());
+        // Only an element that stays open can be an ancestor, so only it joins the chain.
+        m_ancestorChain->push_back({ tag.tagName, parentLink });
+        PartialTag element;
+        element.tag = std::move(tag);
+        element.openTagStart = parsed.openTagStart;
+        element.openTagEnd = parsed.openTagEnd;
+        element.innerTextOffset = innerTextOffset;
+        element.ancestorLink = m_ancestorChain->size() - 1;
+        m_stack.push_back(std::move(element));
         return parsed.openTagEnd;
     }
 
@@ -571,7 +206,11 @@ private:
 
     // Reads the opening tag whose "<" is at `start` into `parsed`. A tag that is not closed by
     // ">" before the text ends is no tag: the answer is false and nothing of it is kept.
-    bool readOpeningTag(std::size_t start, ParsedOpenTag& parsed) const
+    //
+    // From a given position at attribute level a read goes on alike whatever came before, so a
+    // read that fails marks every such position it passed, and a later read that reaches one
+    // fails there at once: a page of unclosed tags is read once, not once per "<".
+    bool readOpeningTag(std::size_t start, ParsedOpenTag& parsed)
     {
         if (start + 1 >= m_length || !isASCIILetter(at(start + 1)))
             return false;
@@ -584,12 +223,23 @@ private:
         parsed.openTagStart = start;
         parsed.tag.tagName = lowercaseString(start + 1, nameEnd - start - 1);
 
+        m_attributeLevelPositions.clear();
+        auto fail = [&] {
+            if (m_failingPositions.empty())
+                m_failingPositions.resize(m_length + 1);
+            for (auto position : m_attributeLevelPositions)
+                m_failingPositions[position] = true;
+            return false;
+        };
         std::size_t position = nameEnd;
         while (true) {
             while (position < m_length && isWhitespace(at(position)))
                 ++position;
             if (position >= m_length)
-                return false;
+                return fail();
+            if (!m_failingPositions.empty() && m_failingPositions[position])
+                return fail();
+            m_attributeLevelPositions.push_back(position);
             char16_t unit = at(position);
             if (unit == u'/') {
                 // Never cleared: a "/" anywhere at attribute level makes the tag self-closing.
@@ -614,26 +264,29 @@ private:
 
             while (position < m_length && isWhitespace(at(position)))
                 ++position;
-            Utf16Range valueRange { position, 0 };
-            if (position < m_length && at(position) == u'=') {
+            if (position >= m_length || at(position) != u'=') {
+                // A valueless attribute stores an empty value and leaves the classes as they are.
+                parsed.tag.attributes.insert_or_assign(std::move(attributeName), IndexedAttribute { {}, { position, 0 } });
+                continue;
+            }
+            ++position;
+            while (position < m_length && isWhitespace(at(position)))
                 ++position;
-                while (position < m_length && isWhitespace(at(position)))
+            Utf16Range valueRange;
+            if (position < m_length && (at(position) == u'"' || at(position) == u'\'')) {
+                char16_t quote = at(position);
+                std::size_t valueStart = position + 1;
+                auto closeQuote = findQuote(quote, valueStart);
+                if (closeQuote == notFound)
+                    return fail();
+                valueRange = rangeBetween(valueStart, closeQuote);
+                position = closeQuote + 1;
+            } else {
+                // "/" ends an unquoted value, so `href=/a/b` is empty and self-closing.
+                std::size_t valueStart = position;
+                while (position < m_length && !isUnquotedValueTerminator(at(position)))
                     ++position;
-                if (position < m_length && (at(position) == u'"' || at(position) == u'\'')) {
-                    char16_t quote = at(position);
-                    std::size_t valueStart = position + 1;
-                    auto closeQuote = find(quote, valueStart);
-                    if (closeQuote == notFound)
-                        return false;
-                    valueRange = rangeBetween(valueStart, closeQuote);
-                    position = closeQuote + 1;
-                } else {
-                    // "/" ends an unquoted value, so `href=/a/b` is empty and self-closing.
-                    std::size_t valueStart = position;
-                    while (position < m_length && !isUnquotedValueTerminator(at(position)))
-                        ++position;
-                    valueRange = rangeBetween(valueStart, position);
-                }
+                valueRange = rangeBetween(valueStart, position);
             }
 
             auto valueUnits = m_text.substr(valueRange.location, valueRange.length);
@@ -644,6 +297,18 @@ private:
             attribute.valueRange = valueRange;
             parsed.tag.attributes.insert_or_assign(std::move(attributeName), std::move(attribute));
         }
+    }
+
+    // The next `quote` at or after `from`. Behind the last one there is none, which is known
+    // without a search.
+    std::size_t findQuote(char16_t quote, std::size_t from)
+    {
+        auto& last = quote == u'"' ? m_lastDoubleQuote : m_lastSingleQuote;
+        if (!last)
+            last = m_text.rfind(quote);
+        if (*last == notFound || from > *last)
+            return notFound;
+        return find(quote, from);
     }
 
     // A name from a stretch of the text with only the ASCII capitals folded.
@@ -680,7 +345,6 @@ private:
     {
         auto& element = m_stack.back();
         emit(element.tag, fullRange, innerRange, element.innerTextOffset);
-        m_siblingCounts.resize(element.childCountsStart);
         m_stack.pop_back();
     }
 
@@ -696,13 +360,17 @@ private:
     std::u16string_view m_text;
     std::size_t m_length { 0 };
     std::vector<PartialTag> m_stack;
-    // Children seen so far under each open element (and at the top level), by tag name, kept as
-    // a stack: only the innermost open element gains children, so its counts are always the
-    // last stretch, and closing it drops them. Parents have few distinct child names, so a
-    // linear search beats a map.
-    std::vector<std::pair<std::string, int>> m_siblingCounts;
+    SiblingCounts m_topLevelCounts;
     std::vector<IndexedTag> m_result;
     CollapsedText m_collapsed;
+    // The names of all elements that were ever open, shared by every record's ancestor list.
+    std::shared_ptr<AncestorTags::Chain> m_ancestorChain;
+    // Attribute-level positions from which reading a tag is known to fail; empty until one does.
+    std::vector<bool> m_failingPositions;
+    // The attribute-level positions of the read under way.
+    std::vector<std::size_t> m_attributeLevelPositions;
+    std::optional<std::size_t> m_lastDoubleQuote;
+    std::optional<std::size_t> m_lastSingleQuote;
 };
 
 }

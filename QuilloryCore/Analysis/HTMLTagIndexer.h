@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuilloryCore/Analysis/AncestorTags.h"
 #include "QuilloryCore/Text/Utf16Range.h"
 
 #include <array>
@@ -44,8 +45,9 @@ struct IndexedTag {
     std::map<std::string, IndexedAttribute, std::less<>> attributes;
     // The tokens of the class attribute in source order, case and duplicates kept.
     std::vector<std::string> classes;
-    // The open ancestors' tag names, nearest first; empty for a top-level element.
-    std::vector<std::string> ancestorTags;
+    // The open ancestors' tag names, nearest first; empty for a top-level element. Shared with
+    // the other records of the same index.
+    AncestorTags ancestorTags;
     // Zero-based: how many earlier elements with the same tag name the same parent had.
     int siblingIndex { 0 };
 

@@ -203,8 +203,11 @@ TagPointers narrowed(const BrightloopDOMRecord& record, const TagLookup& lookup)
     if (!record.ancestorTags.empty()) {
         keepBestScore(tags, [&](const IndexedTag& tag) {
             std::size_t common = 0;
-            while (common < record.ancestorTags.size() && common < tag.ancestorTags.size() && record.ancestorTags[common] == tag.ancestorTags[common])
+            auto ancestor = tag.ancestorTags.begin();
+            while (common < record.ancestorTags.size() && ancestor != tag.ancestorTags.end() && record.ancestorTags[common] == *ancestor) {
                 ++common;
+                ++ancestor;
+            }
             return common;
         });
     }

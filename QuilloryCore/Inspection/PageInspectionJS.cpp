@@ -105,6 +105,15 @@ std::int64_t requiredInteger(const json& object, const char* key, const std::str
     return integerValue(requiredMember(object, key, pointer), childPointer(pointer, key));
 }
 
+// A count can't be negative; a page that says so sent a malformed answer.
+std::int64_t requiredCount(const json& object, const char* key, const std::string& pointer)
+{
+    auto count = requiredInteger(object, key, pointer);
+    if (count < 0)
+        throw json::out_of_range::create(406, located(childPointer(pointer, key)) + "negative count: " + std::to_string(count), nullptr);
+    return count;
+}
+
 PageInspectionHeading headingFromWire(const json& value, const std::string& pointer)
 {
     auto& wire = objectValue(value, pointer);
@@ -140,7 +149,7 @@ PageInspectionStylesheet stylesheetFromWire(const json& value, const std::string
     auto& wire = objectValue(value, pointer);
     return {
         optionalString(wire, "href", pointer),
-        requiredInteger(wire, "ruleCount", pointer),
+        requiredCount(wire, "ruleCount", pointer),
         optionalString(wire, "inaccessibleReason", pointer),
     };
 }

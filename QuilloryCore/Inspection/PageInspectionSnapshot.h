@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,11 +70,16 @@ struct PageInspectionSnapshot {
             count += image.isMissingAlt ? 1 : 0;
         return count;
     }
+    // The counts come from the page, so the sum stops at the largest value instead of
+    // overflowing, and a negative count (which the decoder refuses) adds nothing.
     std::int64_t cssRuleCount() const
     {
+        constexpr auto largest = std::numeric_limits<std::int64_t>::max();
         std::int64_t count = 0;
-        for (const auto& sheet : stylesheets)
-            count += sheet.ruleCount;
+        for (const auto& sheet : stylesheets) {
+            auto rules = std::max<std::int64_t>(sheet.ruleCount, 0);
+            count = rules > largest - count ? largest : count + rules;
+        }
         return count;
     }
     std::int64_t inaccessibleStylesheetCount() const

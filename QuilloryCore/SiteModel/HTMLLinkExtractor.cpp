@@ -109,8 +109,8 @@ struct LinkMatch {
 };
 
 // The rest of a match whose "href" begins at `position`: spaces, "=", spaces, a quote, a value of
-// no quotes, a quote, and a ">" somewhere after it.
-std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t position)
+// no quotes, a quote, and a ">" somewhere after it, which there isn't behind `lastClose`.
+std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t position, std::size_t lastClose)
 {
     if (!isLetter(text[position], 'h') || !isLetter(text[position + 1], 'r') || !isLetter(text[position + 2], 'e')
         || !isLetter(text[position + 3], 'f') || !isWordBoundary(text, position))
@@ -131,24 +131,44 @@ std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t p
     if (index == valueStart || index == text.size())
         return std::nullopt;
     auto valueEnd = index;
+    if (valueEnd + 1 > lastClose)
+        return std::nullopt;
     auto tagEnd = find(text, u'>', valueEnd + 1);
     if (tagEnd == text.size())
         return std::nullopt;
     return LinkMatch { valueStart, valueEnd, tagEnd + 1 };
 }
 
+// The backward search for "href" from one ">". Every "<" in front of that ">" makes the same
+// search, down to its own "a"; the first, which reaches furthest, serves all that follow.
+struct HrefSearch {
+    std::size_t close { std::u16string_view::npos };
+    // The "href" found nearest the ">", with its match; nothing when there is none.
+    std::optional<std::size_t> hrefPosition;
+    std::optional<LinkMatch> match;
+};
+
 // The match that starts with the "<" at `start`, if any.
-std::optional<LinkMatch> linkAt(std::u16string_view text, std::size_t start)
+std::optional<LinkMatch> linkAt(std::u16string_view text, std::size_t start, std::size_t lastClose, HrefSearch& search)
 {
     if (start + 1 >= text.size() || !isLetter(text[start + 1], 'a') || !isWordBoundary(text, start + 2))
         return std::nullopt;
     // [^>]* runs to the first ">" and gives back from there, so the last "href" before that ">"
     // that completes a match is the one taken. The value itself may run past that ">".
     auto firstClose = find(text, u'>', start + 2);
-    for (auto position = firstClose; position >= start + 2 + 4; --position) {
-        if (auto match = hrefAttributeAt(text, position - 4))
-            return match;
+    if (search.close != firstClose) {
+        search = { firstClose, std::nullopt, std::nullopt };
+        for (auto position = firstClose; position >= start + 2 + 4; --position) {
+            if (auto match = hrefAttributeAt(text, position - 4, lastClose)) {
+                search.hrefPosition = position - 4;
+                search.match = match;
+                break;
+            }
+        }
     }
+    // Nearer the ">" than the one found there is none; further back it may lie before this "a".
+    if (search.hrefPosition && *search.hrefPosition >= start + 2)
+        return search.match;
     return std::nullopt;
 }
 
@@ -177,9 +197,14 @@ std::string utf8(std::u16string_view value)
 std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) const
 {
     std::vector<std::string> found;
+    // Every match ends with a ">", so none starts behind the last one.
+    auto lastClose = html.rfind(u'>');
+    if (lastClose == std::u16string_view::npos)
+        return found;
+    HrefSearch search;
     std::size_t searchFrom = 0;
-    for (auto start = find(html, u'<', 0); start != html.size(); start = find(html, u'<', searchFrom)) {
-        auto match = linkAt(html, start);
+    for (auto start = find(html, u'<', 0); start < lastClose; start = find(html, u'<', searchFrom)) {
+        auto match = linkAt(html, start, lastClose, search);
         if (!match) {
             searchFrom = start + 1;
             continue;

@@ -3,6 +3,7 @@
 #include "QuilloryCore/Text/FilePaths.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 
 #include <algorithm>
 #include <system_error>
@@ -37,7 +38,24 @@ bool isSkipped(const std::string& name, const std::vector<std::string_view>& ski
 {
     if (!name.empty() && name.front() == '.')
         return true;
+    auto isControlCharacter = [](char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7F; };
+    if (std::any_of(name.begin(), name.end(), isControlCharacter) || !UnicodeText::isValidUTF8(name))
+        return true;
     return std::find(skippedNames.begin(), skippedNames.end(), name) != skippedNames.end();
+}
+
+// Whether the real path of `folder` is that of `root` or lies below it.
+bool isInsideRealRoot(const std::filesystem::path& folder, const std::filesystem::path& root)
+{
+    std::error_code error;
+    auto realFolder = std::filesystem::canonical(folder, error);
+    if (error)
+        return false;
+    auto realRoot = std::filesystem::canonical(root, error);
+    if (error)
+        return false;
+    auto [rootEnd, folderAt] = std::mismatch(realRoot.begin(), realRoot.end(), realFolder.begin(), realFolder.end());
+    return rootEnd == realRoot.end();
 }
 
 }
@@ -45,6 +63,9 @@ bool isSkipped(const std::string& name, const std::vector<std::string_view>& ski
 std::vector<Entry> regularFiles(const std::filesystem::path& folder, const std::filesystem::path& standardizedRoot,
                                 const std::vector<std::string_view>& skippedNames)
 {
+    // A walk that starts through a link (a "src" that links elsewhere) would list what lies there.
+    if (!isInsideRealRoot(folder, standardizedRoot))
+        return {};
     // Symbolic links to folders are not followed (the iterator's default): a link can neither
     // lead the walk out of the site nor into a cycle. A link to a file is not a regular file
     // either, since its own type is read below, so the site is what is really in its folder.

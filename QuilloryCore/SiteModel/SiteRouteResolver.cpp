@@ -114,11 +114,48 @@ std::optional<std::string_view> urlScheme(std::string_view url)
     return url.substr(0, colon);
 }
 
+// A NUL ends a path for the file system, and no link or file name of a site holds a control
+// character; a decoded path that holds one could only name something other than it says.
+bool isControlCharacter(char character)
+{
+    auto byte = static_cast<unsigned char>(character);
+    return byte < 0x20 || byte == 0x7F;
+}
+
+// The path with every control character written as its percent escape, so that the relative
+// path of the answer never holds one.
+std::string escapingControlCharacters(std::string_view path)
+{
+    static constexpr char hexDigits[] = "0123456789ABCDEF";
+    std::string escaped;
+    for (char character : path) {
+        if (!isControlCharacter(character)) {
+            escaped.push_back(character);
+            continue;
+        }
+        auto byte = static_cast<unsigned char>(character);
+        escaped += { '%', hexDigits[byte >> 4], hexDigits[byte & 0xF] };
+    }
+    return escaped;
+}
+
+// Whether `path` is `root` or lies below it; both are real, standardized paths.
+bool isWithin(const std::string& path, const std::string& root)
+{
+    if (root.empty() || !StringHelpers::startsWith(path, root))
+        return false;
+    return path.size() == root.size() || root.back() == '/' || path[root.size()] == '/';
+}
+
 }
 
 SiteRouteResolver::SiteRouteResolver(const std::filesystem::path& rootURL, const std::vector<SitePage>& pages)
     : m_rootURL(FilePaths::standardized(rootURL))
 {
+    std::error_code error;
+    auto realRoot = std::filesystem::canonical(m_rootURL, error);
+    if (!error)
+        m_realRootURL = std::move(realRoot);
     auto pageByPath = std::make_shared<PageByPath>();
     pageByPath->reserve(pages.size());
     for (auto& page : pages) {
@@ -173,6 +210,8 @@ SiteRouteResolver::SitePath SiteRouteResolver::sitePath(std::string_view request
     auto normalized = normalizeRelativePath(std::move(path));
     if (normalized.empty())
         normalized = "index.html";
+    if (std::any_of(normalized.begin(), normalized.end(), isControlCharacter))
+        return { Kind::missingLocalRoute(), escapingControlCharacters(normalized) };
     return { std::nullopt, std::move(normalized) };
 }
 
@@ -186,13 +225,15 @@ ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std:
     };
 
     auto [settledKind, normalized] = sitePath(requestPath, from);
+    if (settledKind && settledKind->tag() == Kind::Tag::missingLocalRoute)
+        return answer(std::move(*settledKind), std::move(normalized));
     if (settledKind)
         return answer(std::move(*settledKind));
     if (auto page = firstCandidatePage(normalized))
         return answer(Kind::localPage(page->id), page->relativePath, page->url);
 
     auto fileURL = FilePaths::standardized(FilePaths::appending(m_rootURL, normalized));
-    if (isRegularFile(fileURL))
+    if (isServableFile(fileURL))
         return answer(Kind::localAsset(), normalized, fileURL);
     return answer(Kind::missingLocalRoute(), normalized);
 }
@@ -298,16 +339,29 @@ const SitePage* SiteRouteResolver::firstCandidatePage(const std::string& path) c
     return firstWithSuffix({ ".html", ".htm", "/index.html", "/index.htm" });
 }
 
-bool SiteRouteResolver::isRegularFile(const std::filesystem::path& url) const
+bool SiteRouteResolver::isServableFile(const std::filesystem::path& url) const
+{
+    std::error_code error;
+    auto status = std::filesystem::symlink_status(url, error);
+    return !error && std::filesystem::is_regular_file(status) && !leavesSite(url);
+}
+
+bool SiteRouteResolver::leavesSite(const std::filesystem::path& url) const
 {
     // A plain prefix test, a second guard behind normalisation.
     if (!StringHelpers::startsWith(url.native(), m_rootURL.native()))
-        return false;
-    // The link itself is asked, not its target: a symbolic link is no regular file, so a link
-    // inside the site that points elsewhere is never served.
+        return true;
+    // The link itself is asked, not its target: a file link inside the site that points
+    // elsewhere is never served.
     std::error_code error;
     auto status = std::filesystem::symlink_status(url, error);
-    return !error && std::filesystem::is_regular_file(status);
+    if (status.type() == std::filesystem::file_type::not_found)
+        return false;
+    if (error || std::filesystem::is_symlink(status))
+        return true;
+    // Linked folders on the way are resolved: what is there must really lie inside the site.
+    auto realURL = std::filesystem::canonical(url, error);
+    return error || !isWithin(realURL.native(), m_realRootURL.native());
 }
 
 }

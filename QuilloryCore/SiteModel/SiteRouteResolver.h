@@ -68,7 +68,11 @@ struct ResolvedSiteResource {
 };
 
 // Answers what a link or URL written in the site means. A plain value, cheap to copy (the page
-// table is shared). Never throws; touches the disk only to ask whether a file is a regular file.
+// table is shared). Never throws; touches the disk only to find the folder's real path once and
+// to ask whether a file is a regular file inside it.
+//
+// Nothing outside the folder's real path (every symbolic link resolved) is ever an asset, so a
+// linked folder that leads out of the site serves nothing, while one that stays inside works.
 class SiteRouteResolver {
 public:
     // Page paths must be unique; a list that holds one path twice aborts the process.
@@ -89,6 +93,14 @@ public:
 
     const std::filesystem::path& rootURL() const { return m_rootURL; }
 
+    // Whether the file may be served: a regular file, not itself a symbolic link, whose real path
+    // lies inside the site folder's real path.
+    bool isServableFile(const std::filesystem::path& url) const;
+    // Whether something is there that lies outside the site: a symbolic link, or a file or
+    // folder whose real path is not inside the site folder's real path. False for nothing at all,
+    // so that reading a page deleted since the scan still fails with the read's own error.
+    bool leavesSite(const std::filesystem::path& url) const;
+
 private:
     // Looked up by string views, so that a candidate path is probed without a copy.
     struct PathHash {
@@ -98,7 +110,8 @@ private:
     using PageByPath = std::unordered_map<std::string, SitePage, PathHash, std::equal_to<>>;
 
     // A reference that resolves to a path inside the site, or the kind that ends resolution
-    // before there is one (ignored, external).
+    // before there is one (ignored, external, or missingLocalRoute for a path that the file
+    // system would cut short, whose normalizedPath shows the cut characters percent-encoded).
     struct SitePath {
         std::optional<ResolvedSiteResource::Kind> settledKind;
         std::string normalizedPath;
@@ -111,9 +124,10 @@ private:
     static void appendParentPath(std::string_view path, std::string& to);
     // The first page among the candidate paths for a normalised path, in candidate order.
     const SitePage* firstCandidatePage(const std::string& path) const;
-    bool isRegularFile(const std::filesystem::path& url) const;
 
     std::filesystem::path m_rootURL;
+    // The root with every symbolic link resolved; empty when the folder can't be found.
+    std::filesystem::path m_realRootURL;
     std::shared_ptr<const PageByPath> m_pageByPath;
 };
 

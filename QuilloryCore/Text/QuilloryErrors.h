@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuilloryCore/Text/UnicodeText.h"
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -7,10 +9,14 @@
 namespace Quillory {
 
 // Base of the typed errors that core operations throw. `what()` is the one line of text the
-// store shows the user, also offered as localizedDescription().
+// store shows the user, also offered as localizedDescription(). It is always UTF-8: bytes of a
+// file name or of a malformed answer that are not become U+FFFD.
 class QuilloryError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit QuilloryError(std::string_view message)
+        : std::runtime_error(UnicodeText::replacingInvalidUTF8(message))
+    {
+    }
     std::string localizedDescription() const { return what(); }
 };
 

@@ -7,6 +7,7 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 namespace Quillory::StringHelpers {
 
@@ -103,24 +104,28 @@ std::u16string trimmingWhitespaceAndNewlines(std::u16string_view text)
 
 std::string trimmingWhitespaceAndNewlines(std::string_view text)
 {
-    // ASCII fast path keeps the common case free of conversions.
-    bool ascii = true;
-    for (unsigned char character : text) {
-        if (character >= 0x80) {
-            ascii = false;
+    // Only the ends are decoded, and what lies between them is returned byte for byte: bytes that
+    // are not UTF-8 stay as they are, so the trimmed text means what the untrimmed one did.
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    auto end = static_cast<int32_t>(text.size());
+    int32_t start = 0;
+    while (start < end) {
+        int32_t next = start;
+        UChar32 character;
+        U8_NEXT(bytes, next, end, character);
+        if (character < 0 || !isWhitespaceOrNewline(static_cast<char32_t>(character)))
             break;
-        }
+        start = next;
     }
-    if (ascii) {
-        std::size_t start = 0;
-        std::size_t end = text.size();
-        while (start < end && isWhitespaceOrNewline(static_cast<unsigned char>(text[start])))
-            ++start;
-        while (end > start && isWhitespaceOrNewline(static_cast<unsigned char>(text[end - 1])))
-            --end;
-        return std::string(text.substr(start, end - start));
+    while (end > start) {
+        int32_t previous = end;
+        UChar32 character;
+        U8_PREV(bytes, start, previous, character);
+        if (character < 0 || !isWhitespaceOrNewline(static_cast<char32_t>(character)))
+            break;
+        end = previous;
     }
-    return UnicodeText::utf8FromUTF16(trimmingWhitespaceAndNewlines(UnicodeText::utf16(text)));
+    return std::string(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
 }
 
 std::string capitalized(std::string_view text)

@@ -19,6 +19,7 @@ bool localizedCaseInsensitiveContains(std::string_view text, std::string_view qu
 std::string capitalized(std::string_view);
 
 // Trims Unicode white space and line ends (Z* categories, U+0009 to U+000D, U+0085) from both ends.
+// The UTF-8 form keeps every other byte as it is, ill-formed ones included.
 std::string trimmingWhitespaceAndNewlines(std::string_view);
 std::u16string trimmingWhitespaceAndNewlines(std::u16string_view);
 bool isWhitespaceOrNewline(char32_t);

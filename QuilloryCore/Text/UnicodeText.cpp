@@ -1,6 +1,7 @@
 #include "QuilloryCore/Text/UnicodeText.h"
 
 #include <unicode/ustring.h>
+#include <unicode/utf8.h>
 
 namespace Quillory::UnicodeText {
 
@@ -45,6 +46,30 @@ std::u16string utf16(std::string_view utf8)
     status = U_ZERO_ERROR;
     u_strFromUTF8WithSub(result.data(), length, nullptr, utf8.data(), static_cast<int32_t>(utf8.size()), 0xFFFD, nullptr, &status);
     return result;
+}
+
+bool isValidUTF8(std::string_view bytes)
+{
+    auto length = static_cast<int32_t>(bytes.size());
+    const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
+    for (int32_t index = 0; index < length;) {
+        if (data[index] < 0x80) {
+            ++index;
+            continue;
+        }
+        UChar32 character;
+        U8_NEXT(data, index, length, character);
+        if (character < 0)
+            return false;
+    }
+    return true;
+}
+
+std::string replacingInvalidUTF8(std::string_view bytes)
+{
+    if (isValidUTF8(bytes))
+        return std::string(bytes);
+    return utf8FromUTF16(utf16(bytes));
 }
 
 }

@@ -16,4 +16,11 @@ std::string utf8FromUTF16(std::u16string_view utf16);
 // Convenience for literals and ASCII-safe input; ill-formed input gives U+FFFD per bad sequence.
 std::u16string utf16(std::string_view utf8);
 
+// Whether the bytes are well-formed UTF-8 (the strict rule of utf16FromUTF8).
+bool isValidUTF8(std::string_view bytes);
+
+// The bytes as they are when well-formed, else with U+FFFD for each ill-formed sequence: for
+// text that is shown or printed and must be UTF-8 whatever it was made from.
+std::string replacingInvalidUTF8(std::string_view bytes);
+
 }

@@ -75,6 +75,42 @@ TEST(ResolveCommand, PageThatIsNotUTF8FailsNamingTheFile)
     EXPECT_NE(result.standardError.find("\xE2\x80\x9Clatin1.html\xE2\x80\x9D"), std::string::npos) << result.standardError;
 }
 
+TEST(ResolveCommand, FolderLinkOutOfTheSiteIsAMissingRoute)
+{
+    TemporaryDirectory folder;
+    TemporaryDirectory home;
+    folder.write("index.html", "<h1>Home</h1>");
+    home.write("passwd", "root:x:0:0");
+    std::filesystem::create_directory_symlink(home.path(), folder.path() / "etclink");
+    std::filesystem::create_directory_symlink("/etc", folder.path() / "realetc");
+    EXPECT_EQ(resolve(folder, { "/etclink/passwd" }), nlohmann::json({ { "kind", "missingLocalRoute" },
+                                                                        { "pageID", nullptr },
+                                                                        { "requestPath", "/etclink/passwd" },
+                                                                        { "relativePath", "etclink/passwd" },
+                                                                        { "filePath", nullptr } }));
+    EXPECT_EQ(resolve(folder, { "/realetc/passwd" })["kind"], "missingLocalRoute");
+}
+
+TEST(ResolveCommand, DecodedNULIsAMissingRoute)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", "<h1>Home</h1>");
+    EXPECT_EQ(resolve(folder, { "/index.html%00.js" }), nlohmann::json({ { "kind", "missingLocalRoute" },
+                                                                          { "pageID", nullptr },
+                                                                          { "requestPath", "/index.html%00.js" },
+                                                                          { "relativePath", "index.html%00.js" },
+                                                                          { "filePath", nullptr } }));
+}
+
+TEST(ResolveCommand, ReferenceThatIsNotUTF8PrintsAsReplacementCharacters)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", "<h1>Home</h1>");
+    auto json = resolve(folder, { "x\xff/%2e%2e/" });
+    EXPECT_EQ(json["kind"], "missingLocalRoute");
+    EXPECT_EQ(json["requestPath"], "x\xEF\xBF\xBD/%2e%2e/");
+}
+
 TEST(ResolveCommand, MissingReferenceIsAUsageError)
 {
     TemporaryDirectory folder;

@@ -100,6 +100,15 @@ TEST(SitemapCommand, PageThatIsNotUTF8FailsNamingTheFile)
     EXPECT_NE(result.standardError.find("UTF-8"), std::string::npos) << result.standardError;
 }
 
+TEST(SitemapCommand, FileNameThatIsNotUTF8IsSkippedAndTheScanGoesOn)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", "<h1>Home</h1>");
+    folder.write("caf\xE9.html", "<h1>Cafe</h1>");
+    auto json = sitemap({ folder.path().string() });
+    EXPECT_EQ(json["pages"], nlohmann::json::parse(R"([{ "id": "index.html", "relativePath": "index.html", "title": "Home" }])"));
+}
+
 TEST(SitemapCommand, MissingFolderArgumentIsAUsageError)
 {
     auto result = runChildProcess({ QUILLORY_CLI_PATH, "sitemap" });

@@ -256,8 +256,9 @@ TEST(SitePreviewSchemeHandler, PageOrAssetWithoutFileURLIsMissingLocalFile)
     using Kind = ResolvedSiteResource::Kind;
     ResolvedSiteResource page { Kind::localPage("about.html"), "/about.html", "about.html", std::nullopt };
     ResolvedSiteResource asset { Kind::localAsset(), "/logo.png", "logo.png", std::nullopt };
-    EXPECT_EQ(response(SitePreviewSchemeHandler::answer(page)), failureText(404, "Missing local file"));
-    EXPECT_EQ(response(SitePreviewSchemeHandler::answer(asset)), failureText(404, "Missing local file"));
+    SiteRouteResolver resolver("/site", {});
+    EXPECT_EQ(response(SitePreviewSchemeHandler::answer(page, resolver)), failureText(404, "Missing local file"));
+    EXPECT_EQ(response(SitePreviewSchemeHandler::answer(asset, resolver)), failureText(404, "Missing local file"));
 }
 
 TEST(SitePreviewSchemeHandler, PageDeletedAfterTheLastUpdateFailsWithTheReadError)
@@ -277,6 +278,49 @@ TEST(SitePreviewSchemeHandler, PageDeletedAfterTheLastUpdateFailsWithTheReadErro
     auto& error = std::get<FileReadError>(answer);
     EXPECT_EQ(error.path(), site.folder.path() / "gone.html");
     EXPECT_NE(std::string(error.what()).find("gone.html"), std::string::npos) << error.what();
+}
+
+}
+
+namespace {
+
+TEST(SitePreviewSchemeHandler, NothingOutsideTheSitesRealFolderIsServed)
+{
+    Site site;
+    TemporaryDirectory home;
+    home.write("secret.txt", "the user's secret");
+    site.write("index.html", "<h1>Home</h1>");
+    site.write("blog/logo.png", "png");
+    std::filesystem::create_directory_symlink(home.path(), site.folder.path() / "homelink");
+    std::filesystem::create_directory_symlink("/etc", site.folder.path() / "etclink");
+    std::filesystem::create_directory_symlink("blog", site.folder.path() / "current");
+    site.scan();
+    EXPECT_EQ(response(site.request("quillory-site://local/homelink/secret.txt")), failureText(404, "Route not found"));
+    EXPECT_EQ(response(site.request("quillory-site://local/etclink/passwd")), failureText(404, "Route not found"));
+    // A folder link that stays inside the site still serves.
+    EXPECT_EQ(response(site.request("quillory-site://local/current/logo.png")), served("image/png", std::nullopt, "png"));
+}
+
+TEST(SitePreviewSchemeHandler, DecodedNULIsRouteNotFound)
+{
+    Site site;
+    site.write("index.html", "<h1>Home</h1>");
+    site.scan();
+    EXPECT_EQ(response(site.request("quillory-site://local/index.html%00.js")), failureText(404, "Route not found"));
+    EXPECT_EQ(response(site.request("quillory-site://local/index.html%2500.js")), failureText(404, "Route not found"));
+}
+
+TEST(SitePreviewSchemeHandler, ResolvedFileThatLeavesTheSiteIsNotRead)
+{
+    // Whatever a resolution says, the handler asks the resolver again before it reads.
+    Site site;
+    TemporaryDirectory home;
+    auto secret = home.write("secret.txt", "the user's secret");
+    site.write("index.html", "<h1>Home</h1>");
+    site.scan();
+    using Kind = ResolvedSiteResource::Kind;
+    ResolvedSiteResource outside { Kind::localAsset(), "/secret.txt", "secret.txt", secret };
+    EXPECT_EQ(response(SitePreviewSchemeHandler::answer(outside, *site.handler.resolver())), failureText(404, "Route not found"));
 }
 
 }

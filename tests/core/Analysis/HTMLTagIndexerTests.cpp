@@ -445,6 +445,16 @@ TEST(HTMLTagIndexer, RepeatedClassKeepsTheLastClasses)
     EXPECT_EQ(tags[0].attributes.at("class"), (IndexedAttribute { "C  D c C", { 22, 8 } }));
 }
 
+TEST(HTMLTagIndexer, ValuelessClassAfterAValuedOneKeepsItsClasses)
+{
+    auto tags = indexed("<span class=card class>x</span>");
+    ASSERT_EQ(tags.size(), 1u);
+    EXPECT_EQ(tags[0].classes, (Strings { "card" }));
+    EXPECT_EQ(tags[0].attributes.at("class"), (IndexedAttribute { "", { 22, 0 } }));
+    // An empty value is still a value: it empties the classes.
+    EXPECT_TRUE(indexed("<span class=card class=\"\">x</span>")[0].classes.empty());
+}
+
 TEST(HTMLTagIndexer, AttributeValueForms)
 {
     struct Case {

@@ -1,4 +1,5 @@
 #include "QuilloryCore/Brightloop/BrightloopJS.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 
 #include <gtest/gtest.h>
 
@@ -278,6 +279,16 @@ TEST(BrightloopJS, MalformedTextCarriesTheParsersMessage)
     auto error = decodeFailure("[{\"tagName\": ");
     EXPECT_EQ(error.kind(), BrightloopJS::DecodeError::Kind::invalidJSON);
     EXPECT_NE(std::string(error.what()).find("parse error"), std::string::npos) << error.what();
+}
+
+TEST(BrightloopJS, ErrorTextIsUTF8WhenTheParserStopsInsideACharacter)
+{
+    for (const char* text : { "[{\"tagName\": \xC3\xA9}]", "[\xE2\x82\xAC]", "[{\"tagName\" \xF0\x9F\x98\x80" }) {
+        auto error = decodeFailure(text);
+        EXPECT_EQ(error.kind(), BrightloopJS::DecodeError::Kind::invalidJSON) << text;
+        EXPECT_TRUE(UnicodeText::isValidUTF8(error.what())) << error.what();
+        EXPECT_NE(std::string_view(error.what()).find("last read"), std::string_view::npos) << error.what();
+    }
 }
 
 TEST(BrightloopJS, AnswerThatIsNotAnArrayIsInvalidJSON)

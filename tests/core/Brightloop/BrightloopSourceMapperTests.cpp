@@ -3,6 +3,7 @@
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "support/BrightloopExpectations.h"
+#include "support/HostilePages.h"
 
 #include <gtest/gtest.h>
 
@@ -704,4 +705,54 @@ TEST(BrightloopSourceMapperHelpers, NormalizeOfASCIITextEqualsTheRegularExpressi
             EXPECT_EQ(Mapper::normalize(sample), expected) << "code " << code;
         }
     }
+}
+
+// --- Pages that once made the indexer under the mapper slow or hungry (timings in the growth
+// benchmark) ---
+
+namespace {
+
+std::vector<BrightloopCandidate> candidatesFor(const BrightloopDOMRecordFields& fields, const std::u16string& source)
+{
+    return Mapper::candidates(BrightloopDOMRecord(fields), source, HTMLTagIndexer::index(source), "index.html", fence);
+}
+
+TEST(BrightloopSourceMapperHostileInput, DeeplyNestedUnclosedElementsCannotBeTold)
+{
+    auto candidates = candidatesFor(element("div"), QuilloryTest::repeatedText(u"<div>", 12'500));
+    ASSERT_EQ(candidates.size(), 1u);
+    EXPECT_EQ(candidates[0].confidence, BrightloopConfidence::renderedOnly);
+    EXPECT_EQ(candidates[0].reason, "12500 <div> elements matched; cannot disambiguate without a common ancestor.");
+}
+
+TEST(BrightloopSourceMapperHostileInput, UnclosedTagsRepeatedLeaveTheRealElement)
+{
+    auto html = u"<p class=lead>Intro</p>" + QuilloryTest::repeatedText(u"<a ", 65'600);
+    auto paragraph = element("p", "Intro");
+    paragraph.classList = { "lead" };
+    auto candidates = candidatesFor(paragraph, html);
+    ASSERT_EQ(candidates.size(), 1u);
+    EXPECT_EQ(candidates[0].confidence, BrightloopConfidence::editableSource);
+    EXPECT_EQ(candidates[0].sourceRange, (BrightloopSourceRange { "index.html", 14, 5 }));
+    EXPECT_EQ(candidatesFor(element("a"), html)[0].confidence, BrightloopConfidence::renderedOnly);
+}
+
+TEST(BrightloopSourceMapperHostileInput, UnclosedQuotesRepeatedMakeOneLink)
+{
+    auto html = QuilloryTest::repeatedText(u"<a x=\"", 32'800) + u">";
+    auto candidates = candidatesFor(element("a"), html);
+    ASSERT_EQ(candidates.size(), 1u);
+    EXPECT_EQ(candidates[0].sourceRange, (BrightloopSourceRange { "index.html", 0, html.size() }));
+}
+
+TEST(BrightloopSourceMapperHostileInput, ValuelessClassKeepsTheElementFindable)
+{
+    auto span = element("span", "b");
+    span.classList = { "card" };
+    auto candidates = candidatesFor(span, u"<span class=other>a</span><span class=card class>b</span>");
+    ASSERT_EQ(candidates.size(), 1u);
+    EXPECT_EQ(candidates[0].confidence, BrightloopConfidence::editableSource);
+    EXPECT_EQ(candidates[0].sourceRange, (BrightloopSourceRange { "index.html", 49, 1 }));
+}
+
 }

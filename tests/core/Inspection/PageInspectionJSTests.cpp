@@ -1,9 +1,11 @@
 #include "QuilloryCore/Inspection/PageInspectionJS.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 
 #include <gtest/gtest.h>
 
 #include <any>
 #include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -318,4 +320,38 @@ TEST(PageInspectionJS, DerivedCountsFollowTheLists)
     EXPECT_EQ(empty.headingCount() + empty.localLinkCount() + empty.externalLinkCount() + empty.imageCount() + empty.missingAltImageCount()
                   + empty.stylesheetCount() + empty.cssRuleCount() + empty.inaccessibleStylesheetCount(),
               0);
+}
+
+namespace {
+
+TEST(PageInspectionJS, NegativeRuleCountIsRefused)
+{
+    auto error = decodeFailure(withMember(fullAnswer(), "/stylesheets/0", "ruleCount", -3).dump());
+    EXPECT_EQ(error.kind(), PageInspectionJS::DecodeError::Kind::invalidJSON);
+    EXPECT_STREQ(error.what(), "[json.exception.out_of_range.406] (/stylesheets/0/ruleCount) negative count: -3");
+    auto lowest = decodeFailure(withMember(fullAnswer(), "/stylesheets/0", "ruleCount", std::numeric_limits<std::int64_t>::min()).dump());
+    EXPECT_EQ(lowest.kind(), PageInspectionJS::DecodeError::Kind::invalidJSON);
+}
+
+TEST(PageInspectionSnapshot, CSSRuleCountStopsAtTheLargestValueInsteadOfOverflowing)
+{
+    auto largest = std::numeric_limits<std::int64_t>::max();
+    PageInspectionSnapshot snapshot;
+    snapshot.stylesheets = { { std::nullopt, largest, std::nullopt }, { std::nullopt, largest, std::nullopt }, { std::nullopt, 5, std::nullopt } };
+    EXPECT_EQ(snapshot.cssRuleCount(), largest);
+    // Built by hand, a negative count adds nothing.
+    snapshot.stylesheets = { { std::nullopt, 4, std::nullopt }, { std::nullopt, -10, std::nullopt } };
+    EXPECT_EQ(snapshot.cssRuleCount(), 4);
+}
+
+TEST(PageInspectionJS, ErrorTextIsUTF8WhenTheParserStopsInsideACharacter)
+{
+    for (const char* text : { "{\"title\": \xC3\xA9}", "{\"title\": \xE2\x82\xAC", "[\xF0\x9F\x98\x80]" }) {
+        auto error = decodeFailure(text);
+        EXPECT_EQ(error.kind(), PageInspectionJS::DecodeError::Kind::invalidJSON) << text;
+        EXPECT_TRUE(UnicodeText::isValidUTF8(error.what())) << error.what();
+        EXPECT_NE(std::string_view(error.what()).find("last read"), std::string_view::npos) << error.what();
+    }
+}
+
 }

@@ -322,6 +322,46 @@ TEST(SiteRouteResolver, RootIsStandardized)
     EXPECT_EQ(resolver.resolve("img/./a.png").fileURL, folder.path() / "img" / "a.png");
 }
 
+TEST(SiteRouteResolver, PageAgreesWithResolveOnBytesThatAreNotUTF8)
+{
+    Site site;
+    site.page("index.html");
+    auto resolver = site.resolver();
+    for (std::string reference : { "x\xff/%2e%2e/", " x\xff/%2e%2e/ ", "\xe2\x80\x83x\xff/..", "%ff/../index.html", "\xc3/../" }) {
+        auto resolved = resolver.resolve(reference);
+        auto* page = resolver.page(reference);
+        EXPECT_EQ(page ? std::optional<std::string>(page->id) : std::nullopt, resolved.kind.pageID()) << reference;
+    }
+    // The bytes stay as they were written: trimming decodes only the ends.
+    EXPECT_EQ(resolver.resolve("x\xff/%2e%2e/"), expected(Kind::missingLocalRoute(), "x\xff/%2e%2e/", "x\xff/%2e%2e"));
+    EXPECT_EQ(resolver.resolve(" \xe2\x80\x83x\xff ").requestPath, "x\xff");
+}
+
+TEST(SiteRouteResolver, PageAgreesWithResolveOverTheFuzzCorpus)
+{
+    Site site;
+    for (auto path : { "index.html", "about.html", "a b.html", "blog/post.html", "blog/index.htm", "secret.html" })
+        site.page(path);
+    site.asset("blog/logo.png");
+    auto resolver = site.resolver();
+    std::size_t inputs = 0;
+    for (auto& entry : std::filesystem::directory_iterator(std::filesystem::path(QUILLORY_FUZZ_CORPUS) / "route-resolver")) {
+        // A corpus input is the reference, or "FROM\nREFERENCE", as the harness reads it.
+        auto input = QuilloryTest::readBytes(entry.path());
+        std::optional<std::string> from;
+        auto reference = input;
+        if (auto newline = input.find('\n'); newline != std::string::npos) {
+            from = input.substr(0, newline);
+            reference = input.substr(newline + 1);
+        }
+        auto resolved = resolver.resolve(reference, from);
+        auto* page = resolver.page(reference, from);
+        EXPECT_EQ(page ? std::optional<std::string>(page->id) : std::nullopt, resolved.kind.pageID()) << entry.path();
+        ++inputs;
+    }
+    EXPECT_GE(inputs, 20u);
+}
+
 TEST(SiteRouteResolverDeathTest, DuplicatePagePathAborts)
 {
     SitePage page("a.html", "/site/a.html", "A");
