@@ -10,6 +10,7 @@
 namespace Quillory {
 
 struct BrightloopCandidate;
+class FormatDocumentButton;
 class PreviewPane;
 class ProtectedHSplitView;
 class SourceEditorView;
@@ -35,6 +36,7 @@ public:
     WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
     PreviewPane& previewPane() const { return *m_previewPane; }
     GtkLabel* editStateLabel() const { return m_editStateLabel; }
+    FormatDocumentButton& formatDocumentButton() const { return *m_formatDocumentButton; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
 
@@ -50,6 +52,7 @@ private:
     GRef<GtkWidget> m_root;
     std::unique_ptr<WorkspacePlaceholderView> m_placeholder;
     std::unique_ptr<SourceEditorView> m_sourceEditor;
+    std::unique_ptr<FormatDocumentButton> m_formatDocumentButton;
     std::unique_ptr<StatusStripView> m_statusStrip;
     std::unique_ptr<PreviewPane> m_previewPane;
     std::unique_ptr<ProtectedHSplitView> m_split;

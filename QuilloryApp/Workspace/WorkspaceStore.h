@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuilloryApp/Brightloop/BrightloopStore.h"
+#include "QuilloryApp/Formatter/DprintFormatterService.h"
 #include "QuilloryApp/Support/ObservableProperty.h"
 #include "QuilloryApp/Inspection/PageInspectionStore.h"
 #include "QuilloryApp/Support/Scheduler.h"
@@ -110,6 +111,17 @@ public:
     // The message reaches the panel as it stands; the previous snapshot stays.
     void failPageInspectionSnapshot(std::string message);
 
+    // Formatting with the bundled dprint.
+    // A document is selected, dprint formats its extension, and the bundled formatter is present.
+    bool selectedDocumentCanFormat() const;
+    // Formats a copy of the editor's text on a worker thread; the result becomes the editor's text
+    // as an edit of the user's (one undo step, autosave, preview reload). Does nothing while a
+    // run is under way; failures go to errorMessage and leave the text as it is.
+    void formatSelectedDocument();
+    const ObservableProperty<bool>& isFormattingDocument() const { return m_isFormattingDocument; }
+    // The formatter in use; by default the one beside the application.
+    void setFormatterService(DprintFormatterService);
+
     // Derived values.
     std::optional<EditableDocument> selectedDocument() const;
     // Nothing for a source document.
@@ -166,6 +178,10 @@ private:
     bool m_isLoadingEditorText { false };
     std::optional<ScheduledTask> m_autosaveTask;
     std::uint64_t m_autosaveGeneration { 0 };
+    // Formatting.
+    DprintFormatterService m_formatterService;
+    ObservableProperty<bool> m_isFormattingDocument { false };
+
     // Background completions hold a weak reference to this and drop their result once it is gone.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
 };
