@@ -9,6 +9,7 @@ namespace Quillory {
 class ContentView;
 class GLibScheduler;
 class QuilloryTheme;
+class SettingsView;
 class WorkspaceStore;
 
 // The application entry: one AdwApplication with one main window titled "Quillory", which holds
@@ -34,6 +35,7 @@ public:
 
 private:
     void activate();
+    void showPreferences();
     bool windowShouldClose();
 
     AdwApplication* m_application;
@@ -43,6 +45,8 @@ private:
     std::unique_ptr<GLibScheduler> m_scheduler;
     std::unique_ptr<WorkspaceStore> m_store;
     std::unique_ptr<ContentView> m_contentView;
+    // Made on first use; one for the application's life.
+    std::unique_ptr<SettingsView> m_settingsView;
 };
 
 }
