@@ -2,6 +2,7 @@
 
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
+#include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Shell/SidebarView.h"
 #include "QuilloryApp/Shell/WorkspacePanels.h"
 #include "QuilloryApp/Shell/WorkspacePlaceholderView.h"
@@ -44,6 +45,12 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     g_object_set(m_searchEntry, "placeholder-text", "Find pages", nullptr);
     gtk_widget_set_size_request(GTK_WIDGET(m_searchEntry), 220, -1);
     adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), GTK_WIDGET(m_searchEntry));
+    m_mainMenuButton = GTK_MENU_BUTTON(gtk_menu_button_new());
+    gtk_menu_button_set_icon_name(m_mainMenuButton, IconNames::symbolic("line.3.horizontal"));
+    gtk_menu_button_set_menu_model(m_mainMenuButton, G_MENU_MODEL(MainMenu::make().get()));
+    gtk_widget_set_tooltip_text(GTK_WIDGET(m_mainMenuButton), "Main Menu");
+    gtk_menu_button_set_primary(m_mainMenuButton, TRUE);
+    adw_header_bar_pack_end(ADW_HEADER_BAR(headerBar), GTK_WIDGET(m_mainMenuButton));
     m_refreshPreviewButton = makeToolbarButton("arrow.clockwise", "Refresh Preview");
     adw_header_bar_pack_end(ADW_HEADER_BAR(headerBar), m_refreshPreviewButton);
     gtk_box_append(GTK_BOX(root), headerBar);

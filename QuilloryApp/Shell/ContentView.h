@@ -36,6 +36,7 @@ public:
     GtkPaned* split() const { return m_split; }
     GtkWidget* openSiteButton() const { return m_openSiteButton; }
     GtkWidget* refreshPreviewButton() const { return m_refreshPreviewButton; }
+    GtkMenuButton* mainMenuButton() const { return m_mainMenuButton; }
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
     bool isShowingWorkspace() const;
@@ -61,6 +62,7 @@ private:
     GtkWidget* m_windowTitle { nullptr };
     GtkWidget* m_openSiteButton { nullptr };
     GtkWidget* m_refreshPreviewButton { nullptr };
+    GtkMenuButton* m_mainMenuButton { nullptr };
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };
     // Panels answer later; their callbacks check that this view still exists.

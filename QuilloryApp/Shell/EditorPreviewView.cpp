@@ -1,6 +1,7 @@
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 
 #include "QuilloryApp/Brightloop/BrightloopStore.h"
+#include "QuilloryApp/Formatter/FormatDocumentButton.h"
 #include "QuilloryApp/Inspection/PageInspectionStore.h"
 #include "QuilloryApp/Preview/PreviewPane.h"
 #include "QuilloryApp/Shell/IconNames.h"
@@ -30,6 +31,7 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
         // The text's own notification came before the session took the change.
         showEditState();
     }))
+    , m_formatDocumentButton(std::make_unique<FormatDocumentButton>(store))
     , m_statusStrip(std::make_unique<StatusStripView>(store))
     , m_previewPane(std::make_unique<PreviewPane>(store.brightloopStore()))
 {
@@ -98,6 +100,17 @@ GtkWidget* EditorPreviewView::makeEditorPane()
     GtkWidget* pane = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_widget_add_css_class(pane, "quillory-editor-pane");
     gtk_widget_set_vexpand(pane, TRUE);
+    // The editor's actions stand in a row above it.
+    GtkWidget* header = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+    gtk_widget_set_halign(m_formatDocumentButton->widget(), GTK_ALIGN_END);
+    gtk_widget_set_hexpand(m_formatDocumentButton->widget(), TRUE);
+    gtk_widget_set_margin_start(header, 12);
+    gtk_widget_set_margin_end(header, 12);
+    gtk_widget_set_margin_top(header, 6);
+    gtk_widget_set_margin_bottom(header, 6);
+    gtk_box_append(GTK_BOX(header), m_formatDocumentButton->widget());
+    gtk_box_append(GTK_BOX(pane), header);
+    gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
     gtk_box_append(GTK_BOX(pane), m_sourceEditor->widget());
 
     m_editStateLabel = GTK_LABEL(gtk_label_new(nullptr));

@@ -10,6 +10,7 @@
 namespace Quillory {
 
 struct BrightloopCandidate;
+class FormatDocumentButton;
 class PreviewPane;
 class ProtectedHSplitView;
 class SourceEditorView;
@@ -41,6 +42,7 @@ public:
     GtkLabel* diskChangeLabel() const { return m_diskChangeLabel; }
     GtkButton* reloadFromDiskButton() const { return m_reloadFromDiskButton; }
     GtkButton* keepMyVersionButton() const { return m_keepMyVersionButton; }
+    FormatDocumentButton& formatDocumentButton() const { return *m_formatDocumentButton; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
 
@@ -58,6 +60,7 @@ private:
     GRef<GtkWidget> m_root;
     std::unique_ptr<WorkspacePlaceholderView> m_placeholder;
     std::unique_ptr<SourceEditorView> m_sourceEditor;
+    std::unique_ptr<FormatDocumentButton> m_formatDocumentButton;
     std::unique_ptr<StatusStripView> m_statusStrip;
     std::unique_ptr<PreviewPane> m_previewPane;
     std::unique_ptr<ProtectedHSplitView> m_split;

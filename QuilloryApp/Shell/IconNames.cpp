@@ -43,6 +43,10 @@ constexpr std::array mappings {
     IconMapping { "paintbrush", "applications-graphics-symbolic" },
     IconMapping { "number", "quillory-number-symbolic" },
     IconMapping { "questionmark.square", "dialog-question-symbolic" },
+    // Main menu and settings.
+    IconMapping { "line.3.horizontal", "open-menu-symbolic" },
+    IconMapping { "gearshape", "emblem-system-symbolic" },
+    IconMapping { "info.circle", "help-about-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
 };

@@ -1,7 +1,9 @@
 #include "QuilloryApp/Shell/QuilloryApplication.h"
 
 #include "QuilloryApp/Workspace/AppSettingsStore.h"
+#include "QuilloryApp/Settings/SettingsView.h"
 #include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Support/GLibScheduler.h"
 #include "QuilloryApp/Shell/QuilloryTheme.h"
 #include "QuilloryApp/Shell/WindowActions.h"
@@ -14,12 +16,18 @@ QuilloryApplication::QuilloryApplication()
     : m_application(adw_application_new(applicationID, G_APPLICATION_DEFAULT_FLAGS))
 {
     g_signal_connect_swapped(m_application, "activate", G_CALLBACK(+[](QuilloryApplication* self) { self->activate(); }), this);
+    // Shortcuts can be set once the application has started up.
+    g_signal_connect_swapped(m_application, "startup", G_CALLBACK(+[](QuilloryApplication* self) {
+        MainMenu::installActions(GTK_APPLICATION(self->m_application), [self] { self->showPreferences(); });
+    }),
+        this);
 }
 
 QuilloryApplication::~QuilloryApplication()
 {
     g_signal_handlers_disconnect_by_data(m_application, this);
     m_windowActions.reset();
+    m_settingsView.reset();
     m_contentView.reset();
     m_store.reset();
     m_scheduler.reset();
@@ -68,6 +76,13 @@ void QuilloryApplication::activate()
         return !self->windowShouldClose();
     }), this);
     gtk_window_present(GTK_WINDOW(window));
+}
+
+void QuilloryApplication::showPreferences()
+{
+    if (!m_settingsView)
+        m_settingsView = std::make_unique<SettingsView>(AppSettingsStore::shared());
+    m_settingsView->present(gtk_application_get_active_window(GTK_APPLICATION(m_application)));
 }
 
 bool QuilloryApplication::windowShouldClose()

@@ -10,6 +10,7 @@ class ContentView;
 class GLibScheduler;
 class QuilloryTheme;
 class WindowActions;
+class SettingsView;
 class WorkspaceStore;
 
 // The application entry: one AdwApplication with one main window titled "Quillory", which holds
@@ -35,6 +36,7 @@ public:
 
 private:
     void activate();
+    void showPreferences();
     bool windowShouldClose();
 
     AdwApplication* m_application;
@@ -45,6 +47,8 @@ private:
     std::unique_ptr<WorkspaceStore> m_store;
     std::unique_ptr<ContentView> m_contentView;
     std::unique_ptr<WindowActions> m_windowActions;
+    // Made on first use; one for the application's life.
+    std::unique_ptr<SettingsView> m_settingsView;
 };
 
 }

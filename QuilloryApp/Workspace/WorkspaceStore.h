@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuilloryApp/Brightloop/BrightloopStore.h"
+#include "QuilloryApp/Formatter/DprintFormatterService.h"
 #include "QuilloryApp/Support/ObservableProperty.h"
 #include "QuilloryApp/Inspection/PageInspectionStore.h"
 #include "QuilloryApp/Support/Scheduler.h"
@@ -152,6 +153,16 @@ public:
     void keepSelectedPageVersion();
     // How long the folder watch waits for a burst of file events to end.
     static constexpr std::chrono::milliseconds diskChangeDelay { 150 };
+    // Formatting with the bundled dprint.
+    // A document is selected, dprint formats its extension, and the bundled formatter is present.
+    bool selectedDocumentCanFormat() const;
+    // Formats a copy of the editor's text on a worker thread; the result becomes the editor's text
+    // as an edit of the user's (one undo step, autosave, preview reload). Does nothing while a
+    // run is under way; failures go to errorMessage and leave the text as it is.
+    void formatSelectedDocument();
+    const ObservableProperty<bool>& isFormattingDocument() const { return m_isFormattingDocument; }
+    // The formatter in use; by default the one beside the application.
+    void setFormatterService(DprintFormatterService);
 
     // Derived values.
     std::optional<EditableDocument> selectedDocument() const;
@@ -236,6 +247,9 @@ private:
     std::uint64_t m_siteRebuildGeneration { 0 };
     // Content hashes of background writes under way, by document id.
     std::multimap<std::string, std::uint64_t> m_backgroundWrites;
+    // Formatting.
+    DprintFormatterService m_formatterService;
+    ObservableProperty<bool> m_isFormattingDocument { false };
 
     // Background completions hold a weak reference to this and drop their result once it is gone.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
