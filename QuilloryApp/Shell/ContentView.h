@@ -11,6 +11,7 @@ namespace Quillory {
 
 class AppSettingsStore;
 class EditorPreviewView;
+class FetchLiveSiteSheet;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -35,6 +36,9 @@ public:
     EditorPreviewView& editorPreview() const { return *m_editorPreview; }
     GtkPaned* split() const { return m_split; }
     GtkWidget* openSiteButton() const { return m_openSiteButton; }
+    GtkWidget* fetchLiveSiteButton() const { return m_fetchLiveSiteButton; }
+    // Made on the first click of "Fetch Live Site"; null before.
+    FetchLiveSiteSheet* fetchLiveSiteSheet() const { return m_fetchLiveSiteSheet.get(); }
     GtkWidget* refreshPreviewButton() const { return m_refreshPreviewButton; }
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
@@ -48,6 +52,7 @@ private:
     void showWorkspace();
     void updateToolbar();
     void openSite();
+    void showFetchLiveSiteSheet();
     void clampSidebarWidth();
 
     WorkspaceStore& m_store;
@@ -59,6 +64,8 @@ private:
     GtkWidget* m_detail { nullptr };
     GtkWidget* m_windowTitle { nullptr };
     GtkWidget* m_openSiteButton { nullptr };
+    GtkWidget* m_fetchLiveSiteButton { nullptr };
+    std::unique_ptr<FetchLiveSiteSheet> m_fetchLiveSiteSheet;
     GtkWidget* m_refreshPreviewButton { nullptr };
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };

@@ -11,6 +11,7 @@ constexpr std::array mappings {
     // Main window toolbar.
     IconMapping { "folder", "folder-symbolic" },
     IconMapping { "arrow.clockwise", "view-refresh-symbolic" },
+    IconMapping { "arrow.down.doc", "folder-download-symbolic" },
     // Sidebar.
     IconMapping { "doc.text", "text-x-generic-symbolic" },
     IconMapping { "curlybraces", "quillory-curlybraces-symbolic" },
@@ -45,6 +46,8 @@ constexpr std::array mappings {
     IconMapping { "questionmark.square", "dialog-question-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
+    // Live fetch summary.
+    IconMapping { "checkmark.circle", "emblem-ok-symbolic" },
 };
 
 }
