@@ -1,5 +1,6 @@
 #include "QuilloryApp/Shell/ContentView.h"
 
+#include "QuilloryApp/LiveFetch/FetchLiveSiteSheet.h"
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/MainMenu.h"
@@ -41,6 +42,8 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     adw_header_bar_set_title_widget(ADW_HEADER_BAR(headerBar), m_windowTitle);
     m_openSiteButton = makeToolbarButton("folder", "Open Site");
     adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), m_openSiteButton);
+    m_fetchLiveSiteButton = makeToolbarButton("arrow.down.doc", "Fetch Live Site");
+    adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), m_fetchLiveSiteButton);
     m_searchEntry = GTK_SEARCH_ENTRY(gtk_search_entry_new());
     g_object_set(m_searchEntry, "placeholder-text", "Find pages", nullptr);
     gtk_widget_set_size_request(GTK_WIDGET(m_searchEntry), 220, -1);
@@ -81,6 +84,8 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     });
     m_connections.observe(store.selectedPageID(), [this] { updateToolbar(); });
     m_connections.observe(store.editableDocuments(), [this] { updateToolbar(); });
+    m_connections.observe(store.liveFetchIsLoading(), [this] { updateToolbar(); });
+    m_connections.connectSwapped(m_fetchLiveSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->showFetchLiveSiteSheet(); }), this);
     m_connections.connectSwapped(m_openSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->openSite(); }), this);
     m_connections.connectSwapped(m_refreshPreviewButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->m_store.refreshPreview(); }), this);
     m_connections.connectSwapped(m_searchEntry, "search-changed", G_CALLBACK(+[](ContentView* self) {
@@ -116,6 +121,7 @@ void ContentView::showWorkspace()
 void ContentView::updateToolbar()
 {
     gtk_widget_set_sensitive(m_refreshPreviewButton, m_store.selectedPage().has_value());
+    gtk_widget_set_sensitive(m_fetchLiveSiteButton, !m_store.liveFetchIsLoading().get());
     auto document = m_store.selectedDocument();
     adw_window_title_set_subtitle(ADW_WINDOW_TITLE(m_windowTitle), document ? document->relativePath.c_str() : "");
 }
@@ -128,6 +134,15 @@ void ContentView::openSite()
             if (lifetime.lock())
                 m_store.loadWorkspace(folder);
         });
+}
+
+void ContentView::showFetchLiveSiteSheet()
+{
+    if (!m_fetchLiveSiteSheet) {
+        GtkRoot* window = gtk_widget_get_root(m_root.get());
+        m_fetchLiveSiteSheet = std::make_unique<FetchLiveSiteSheet>(m_store, GTK_IS_WINDOW(window) ? GTK_WINDOW(window) : nullptr);
+    }
+    m_fetchLiveSiteSheet->present();
 }
 
 void ContentView::clampSidebarWidth()

@@ -11,6 +11,7 @@ namespace Quillory {
 
 class AppSettingsStore;
 class EditorPreviewView;
+class FetchLiveSiteSheet;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -35,6 +36,9 @@ public:
     EditorPreviewView& editorPreview() const { return *m_editorPreview; }
     GtkPaned* split() const { return m_split; }
     GtkWidget* openSiteButton() const { return m_openSiteButton; }
+    GtkWidget* fetchLiveSiteButton() const { return m_fetchLiveSiteButton; }
+    // Made on the first click of "Fetch Live Site"; null before.
+    FetchLiveSiteSheet* fetchLiveSiteSheet() const { return m_fetchLiveSiteSheet.get(); }
     GtkWidget* refreshPreviewButton() const { return m_refreshPreviewButton; }
     GtkMenuButton* mainMenuButton() const { return m_mainMenuButton; }
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
@@ -50,6 +54,7 @@ public:
 private:
     void showWorkspace();
     void updateToolbar();
+    void showFetchLiveSiteSheet();
     void clampSidebarWidth();
 
     WorkspaceStore& m_store;
@@ -61,6 +66,8 @@ private:
     GtkWidget* m_detail { nullptr };
     GtkWidget* m_windowTitle { nullptr };
     GtkWidget* m_openSiteButton { nullptr };
+    GtkWidget* m_fetchLiveSiteButton { nullptr };
+    std::unique_ptr<FetchLiveSiteSheet> m_fetchLiveSiteSheet;
     GtkWidget* m_refreshPreviewButton { nullptr };
     GtkMenuButton* m_mainMenuButton { nullptr };
     GtkSearchEntry* m_searchEntry { nullptr };

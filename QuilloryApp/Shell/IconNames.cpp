@@ -11,6 +11,7 @@ constexpr std::array mappings {
     // Main window toolbar.
     IconMapping { "folder", "folder-symbolic" },
     IconMapping { "arrow.clockwise", "view-refresh-symbolic" },
+    IconMapping { "arrow.down.doc", "folder-download-symbolic" },
     // Sidebar.
     IconMapping { "doc.text", "text-x-generic-symbolic" },
     IconMapping { "curlybraces", "quillory-curlybraces-symbolic" },
@@ -49,6 +50,8 @@ constexpr std::array mappings {
     IconMapping { "info.circle", "help-about-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
+    // Live fetch summary.
+    IconMapping { "checkmark.circle", "emblem-ok-symbolic" },
 };
 
 }

@@ -10,6 +10,7 @@
 #include "QuilloryCore/SiteModel/EditableDocument.h"
 #include "QuilloryCore/Editing/PageEditSession.h"
 #include "QuilloryCore/Inspection/PageInspectionSnapshot.h"
+#include "QuilloryCore/LiveFetch/LiveSiteFetcher.h"
 #include "QuilloryCore/Editing/PageUndoSnapshot.h"
 #include "QuilloryCore/SiteModel/PreviewTarget.h"
 #include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
@@ -164,6 +165,20 @@ public:
     // The formatter in use; by default the one beside the application.
     void setFormatterService(DprintFormatterService);
 
+    // Live site fetch (WorkspaceStoreLiveFetch.cpp).
+    // True from the start of a fetch until it has opened its snapshot or failed.
+    const ObservableProperty<bool>& liveFetchIsLoading() const { return m_liveFetchIsLoading; }
+    // "Fetched URL into FOLDER with N assets and M skipped resources." after the last success.
+    const ObservableProperty<std::optional<std::string>>& liveFetchSummary() const { return m_liveFetchSummary; }
+    // Writes the pending text, then copies the page the user typed, with its same-origin resources,
+    // into a new folder under Playgrounds/fetched-live on a worker thread, and opens that folder in
+    // place of the current workspace, which stays open meanwhile. Reports through errorMessage.
+    void fetchLiveSite(const std::string& typedURL);
+    // Where Playgrounds/ lies: the process's working directory, standardised.
+    static std::filesystem::path repositoryRootURL();
+    // The fetcher's limits and timeouts; tests make them small.
+    LiveSiteFetcher& liveSiteFetcher() { return m_liveSiteFetcher; }
+
     // Derived values.
     std::optional<EditableDocument> selectedDocument() const;
     // Nothing for a source document.
@@ -234,6 +249,12 @@ private:
 
     BrightloopStore m_brightloopStore;
     PageInspectionStore m_pageInspectionStore;
+
+    // Live site fetch.
+    ObservableProperty<bool> m_liveFetchIsLoading { false };
+    ObservableProperty<std::optional<std::string>> m_liveFetchSummary;
+    LiveSiteFetcher m_liveSiteFetcher;
+
     std::map<std::string, PageEditSession> m_editSessions;
     std::map<std::string, std::vector<PageUndoSnapshot>> m_undoHistories;
     bool m_isLoadingEditorText { false };
