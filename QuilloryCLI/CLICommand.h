@@ -17,12 +17,20 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Thrown by a command that has printed its whole result and must still end with another exit
+// status than 0 (`check` when it found missing routes).
+struct ExitStatus {
+    int code;
+};
+
 // One subcommand. `run` writes its result to stdout (one JSON document, or text for `diff`)
-// and throws on failure; main turns any exception into stderr text and exit status 1.
+// and throws on failure; main turns any exception into stderr text and exit status
+// `failureStatus`.
 struct Command {
     std::string name;
     std::string usage; // e.g. "sitemap DIR [--include-source]"
     std::function<void(const std::vector<std::string>& arguments)> run;
+    int failureStatus { 1 };
 };
 
 // Commands register themselves from their own source files with a static CommandRegistration.

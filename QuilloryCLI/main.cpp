@@ -94,12 +94,14 @@ int main(int argc, char** argv)
     }
     try {
         command->run(std::vector<std::string>(arguments.begin() + 1, arguments.end()));
+    } catch (const QuilloryCLI::ExitStatus& status) {
+        return status.code;
     } catch (const QuilloryCLI::UsageError& error) {
         std::cerr << "quillory-cli " << command->name << ": " << error.what() << "\nusage: quillory-cli " << command->usage << '\n';
-        return 1;
+        return command->failureStatus;
     } catch (const std::exception& error) {
         std::cerr << Quillory::UnicodeText::replacingInvalidUTF8(error.what()) << '\n';
-        return 1;
+        return command->failureStatus;
     }
     return 0;
 }

@@ -194,13 +194,13 @@ std::string utf8(std::u16string_view value)
 
 }
 
-std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) const
+template<class Found>
+void HTMLLinkExtractor::forEachLinkValue(std::u16string_view html, Found&& found)
 {
-    std::vector<std::string> found;
     // Every match ends with a ">", so none starts behind the last one.
     auto lastClose = html.rfind(u'>');
     if (lastClose == std::u16string_view::npos)
-        return found;
+        return;
     HrefSearch search;
     std::size_t searchFrom = 0;
     for (auto start = find(html, u'<', 0); start < lastClose; start = find(html, u'<', searchFrom)) {
@@ -209,10 +209,33 @@ std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) cons
             searchFrom = start + 1;
             continue;
         }
-        std::u16string storage;
-        found.push_back(utf8(trimmed(html.substr(match->valueStart, match->valueEnd - match->valueStart), storage)));
+        found(match->valueStart, match->valueEnd);
         searchFrom = match->matchEnd;
     }
+}
+
+std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) const
+{
+    std::vector<std::string> found;
+    forEachLinkValue(html, [&](std::size_t valueStart, std::size_t valueEnd) {
+        std::u16string storage;
+        found.push_back(utf8(trimmed(html.substr(valueStart, valueEnd - valueStart), storage)));
+    });
+    return found;
+}
+
+std::vector<HTMLLinkExtractor::Link> HTMLLinkExtractor::links(std::u16string_view html) const
+{
+    std::vector<Link> found;
+    forEachLinkValue(html, [&](std::size_t valueStart, std::size_t valueEnd) {
+        auto value = html.substr(valueStart, valueEnd - valueStart);
+        std::u16string storage;
+        auto trimmedValue = trimmed(value, storage);
+        // Trimming takes white space from both ends only, so the trimmed text stands where its
+        // first character does.
+        auto leading = trimmedValue.empty() ? std::size_t(0) : value.find(trimmedValue.front());
+        found.push_back({ utf8(trimmedValue), Utf16Range { valueStart + leading, trimmedValue.size() } });
+    });
     return found;
 }
 

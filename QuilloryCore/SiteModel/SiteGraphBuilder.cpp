@@ -208,6 +208,11 @@ bool isIndexPagePath(std::string_view relativePath)
 
 SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL) const
 {
+    return build(rootURL, PageTextVisitor());
+}
+
+SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const PageTextVisitor& eachPageText) const
+{
     auto root = FilePaths::standardized(rootURL);
 
     // Discovery gives each path once, in plain string order, so the pages are sorted as they are
@@ -224,6 +229,8 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL) const
     for (auto& page : pages) {
         auto text = pageText(page.url);
         page.title = pageTitle(text, page.relativePath);
+        if (eachPageText)
+            eachPageText(page, text);
         std::vector<std::string> targets;
         std::unordered_set<std::string_view> seen;
         for (auto& href : linkExtractor.hrefs(text)) {

@@ -4,6 +4,7 @@
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,6 +23,10 @@ public:
     // entry's type can't be read. A root that can't be listed gives a site without pages.
     // Symbolic links are neither followed into folders nor taken for pages.
     SiteMap build(const std::filesystem::path& rootURL) const;
+    // The same scan, handing each page's text to `eachPageText` as it is read (in path order,
+    // the title already set), so that a caller looking at every page reads none of them again.
+    using PageTextVisitor = std::function<void(const SitePage&, std::u16string_view text)>;
+    SiteMap build(const std::filesystem::path& rootURL, const PageTextVisitor& eachPageText) const;
 
     // The page title: the first h1's content, else the first title element's, else
     // titleFromPath. Tags are stripped, "&amp;" becomes "&", the ends are trimmed; an empty

@@ -203,3 +203,20 @@ TEST(HTMLLinkExtractorHostileInput, OneCloseBehindManyAnchorsIsSearchedOnce)
 }
 
 }
+
+TEST(HTMLLinkExtractor, LinksCarryTheRangeOfTheirTrimmedValue)
+{
+    std::u16string html = u"<p>\U0001F600</p><a class=x href=\" a.html \">a</a><a href='b'>b</a><a href=\"\u00A0\">c</a>";
+    auto links = HTMLLinkExtractor().links(html);
+    ASSERT_EQ(links.size(), 3u);
+    EXPECT_EQ(links[0].href, "a.html");
+    EXPECT_EQ(html.substr(links[0].valueRange.location, links[0].valueRange.length), u"a.html");
+    EXPECT_EQ(links[1].href, "b");
+    EXPECT_EQ(html.substr(links[1].valueRange.location, links[1].valueRange.length), u"b");
+    EXPECT_EQ(links[2].href, "");
+    EXPECT_EQ(links[2].valueRange.length, 0u);
+    std::vector<std::string> hrefs;
+    for (auto& link : links)
+        hrefs.push_back(link.href);
+    EXPECT_EQ(hrefs, HTMLLinkExtractor().hrefs(html));
+}
