@@ -5,14 +5,14 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
+#include <ctime>
 #include <functional>
 #include <string>
 
 // The crafted pages that once took the indexer, the mapper and the link extractor minutes or all
 // memory. Each benchmark runs its page at the size that used to hurt and at twice that size, and
-// reports both times and their ratio, "growth": linear work doubles (about 2), anything worse
-// shows as 4 or more.
+// reports both processor times and their ratio, "growth": linear work doubles (about 2),
+// quadratic work shows as 4 or more.
 
 using namespace Quillory;
 using QuilloryTest::repeatedText;
@@ -28,14 +28,16 @@ void measureGrowth(benchmark::State& state, std::size_t scale, const PageOfSize&
     auto doubled = makePage(scale * 2);
     double single = 0;
     double twice = 0;
+    // Processor time, so that a busy machine does not blur the ratio.
+    auto milliseconds = [](std::clock_t from, std::clock_t to) { return 1000.0 * static_cast<double>(to - from) / CLOCKS_PER_SEC; };
     for (auto _ : state) {
-        auto start = std::chrono::steady_clock::now();
+        auto start = std::clock();
         benchmark::DoNotOptimize(work(page));
-        auto middle = std::chrono::steady_clock::now();
+        auto middle = std::clock();
         benchmark::DoNotOptimize(work(doubled));
-        auto end = std::chrono::steady_clock::now();
-        single += std::chrono::duration<double, std::milli>(middle - start).count();
-        twice += std::chrono::duration<double, std::milli>(end - middle).count();
+        auto end = std::clock();
+        single += milliseconds(start, middle);
+        twice += milliseconds(middle, end);
     }
     auto iterations = static_cast<double>(state.iterations());
     state.counters["units"] = static_cast<double>(page.size());
