@@ -11,6 +11,7 @@ namespace Quillory {
 
 class AppSettingsStore;
 class EditorPreviewView;
+class NewPageSheet;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -36,6 +37,11 @@ public:
     GtkPaned* split() const { return m_split; }
     GtkWidget* openSiteButton() const { return m_openSiteButton; }
     GtkWidget* refreshPreviewButton() const { return m_refreshPreviewButton; }
+    // Both need an open site.
+    GtkWidget* newPageButton() const { return m_newPageButton; }
+    GtkWidget* refreshGitStatusButton() const { return m_refreshGitStatusButton; }
+    // The new page sheet while it is shown, else null.
+    NewPageSheet* newPageSheet() const { return m_newPageSheet.get(); }
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
     bool isShowingWorkspace() const;
@@ -48,6 +54,8 @@ private:
     void showWorkspace();
     void updateToolbar();
     void openSite();
+    void showNewPageSheet();
+    void refreshGitStatus();
     void clampSidebarWidth();
 
     WorkspaceStore& m_store;
@@ -60,6 +68,9 @@ private:
     GtkWidget* m_windowTitle { nullptr };
     GtkWidget* m_openSiteButton { nullptr };
     GtkWidget* m_refreshPreviewButton { nullptr };
+    GtkWidget* m_newPageButton { nullptr };
+    GtkWidget* m_refreshGitStatusButton { nullptr };
+    std::unique_ptr<NewPageSheet> m_newPageSheet;
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };
     // Panels answer later; their callbacks check that this view still exists.

@@ -11,6 +11,8 @@ constexpr std::array mappings {
     // Main window toolbar.
     IconMapping { "folder", "folder-symbolic" },
     IconMapping { "arrow.clockwise", "view-refresh-symbolic" },
+    IconMapping { "doc.badge.plus", "document-new-symbolic" },
+    IconMapping { "arrow.triangle.2.circlepath", "emblem-synchronizing-symbolic" },
     // Sidebar.
     IconMapping { "doc.text", "text-x-generic-symbolic" },
     IconMapping { "curlybraces", "quillory-curlybraces-symbolic" },
@@ -43,6 +45,13 @@ constexpr std::array mappings {
     IconMapping { "paintbrush", "applications-graphics-symbolic" },
     IconMapping { "number", "quillory-number-symbolic" },
     IconMapping { "questionmark.square", "dialog-question-symbolic" },
+    // Git: the status strip, the Git details and the new page sheet.
+    IconMapping { "hourglass", "content-loading-symbolic" },
+    IconMapping { "checkmark.circle", "object-select-symbolic" },
+    IconMapping { "square.and.pencil", "document-edit-symbolic" },
+    IconMapping { "plus.square.dashed", "list-add-symbolic" },
+    IconMapping { "arrow.counterclockwise", "document-revert-symbolic" },
+    IconMapping { "plus", "list-add-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
 };

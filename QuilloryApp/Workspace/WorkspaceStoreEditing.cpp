@@ -1,5 +1,6 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
+#include "QuilloryApp/Git/GitStatusService.h"
 #include "QuilloryCore/Editing/PageUndoHistory.h"
 #include "QuilloryCore/Editing/UnifiedDiff.h"
 #include "QuilloryCore/Text/TextFile.h"
@@ -9,6 +10,17 @@
 #include <system_error>
 
 namespace Quillory {
+
+namespace {
+
+// What the background autosave hands back: the write's failure, or the file's Git snapshot read
+// right after the write.
+struct BackgroundAutosaveResult {
+    std::optional<std::string> failure;
+    FileGitSnapshot gitSnapshot;
+};
+
+}
 
 void WorkspaceStore::cancelAutosaveTask()
 {
@@ -73,16 +85,16 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
 
     auto text = session->currentText;
     auto pageID = document->id();
-    // The worker touches only these copies. The Git file snapshot will join the write here.
-    auto write = [url = document->url, text]() -> std::optional<std::string> {
+    // The worker touches only these copies.
+    auto write = [url = document->url, text, rootURL = *m_rootURL.get(), relativePath = document->relativePath]() -> BackgroundAutosaveResult {
         try {
             TextFile::writeUTF8Atomically(url, text);
-            return std::nullopt;
         } catch (const std::exception& error) {
-            return std::string(error.what());
+            return { std::string(error.what()), {} };
         }
+        return { std::nullopt, GitStatusService::fileSnapshot(rootURL, url, relativePath) };
     };
-    auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text](std::optional<std::string> failure) {
+    auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text](BackgroundAutosaveResult result) {
         if (!lifetime.lock())
             return;
         // A result that no longer describes the selected text is dropped without a message.
@@ -91,17 +103,17 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
         auto stored = m_editSessions.find(pageID);
         if (stored == m_editSessions.end() || stored->second.currentText != text)
             return;
-        if (failure) {
+        if (result.failure) {
             // lastAutosavedText stays, so the page stays pending and the next change tries again.
-            m_errorMessage.set(*failure);
+            m_errorMessage.set(*result.failure);
             return;
         }
         stored->second.lastAutosavedText = text;
-        // The Git snapshot is published here.
+        m_selectedPageGitSnapshot.setIfChanged(std::move(result.gitSnapshot));
         m_previewReloadToken.set(UUID::random());
         m_pageInspectionStore.clear();
         m_errorMessage.set(std::nullopt);
-        // A quiet Git status refresh starts here, 0.15 seconds later.
+        startGitStatusRefresh(quietGitRefreshDelay, GitRefreshDisplay::quiet);
     };
     m_scheduler.runInBackground(std::move(write), std::move(apply));
 }
@@ -122,7 +134,8 @@ bool WorkspaceStore::autosaveCurrentPageIfNeeded()
     m_previewReloadToken.set(UUID::random());
     m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
-    // The Git snapshot refresh and a quiet Git status refresh 0.15 seconds later start here.
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(quietGitRefreshDelay, GitRefreshDisplay::quiet);
     return true;
 }
 
@@ -161,13 +174,19 @@ void WorkspaceStore::revertSelectedPageToOpenedBaseline()
         return;
     }
     // The undo history stays as it is; no snapshot of the discarded text is taken.
-    session->revertToOpenedBaseline();
-    session->markAutosaved();
+    adoptWrittenText(*session, session->openedBaselineText);
     setEditorTextFromStore(session->openedBaselineText);
     m_previewReloadToken.set(UUID::random());
     m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
-    // The Git snapshot and a Git status refresh start here.
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(std::nullopt, GitRefreshDisplay::markLoading);
+}
+
+void WorkspaceStore::adoptWrittenText(PageEditSession& session, std::u16string text)
+{
+    session.updateCurrentText(std::move(text));
+    session.markAutosaved();
 }
 
 const PageEditSession* WorkspaceStore::selectedEditSession() const
