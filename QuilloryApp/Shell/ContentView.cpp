@@ -1,6 +1,7 @@
 #include "QuilloryApp/Shell/ContentView.h"
 
 #include "QuilloryApp/LiveFetch/FetchLiveSiteSheet.h"
+#include "QuilloryApp/Creation/NewPageSheet.h"
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/MainMenu.h"
@@ -44,6 +45,8 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), m_openSiteButton);
     m_fetchLiveSiteButton = makeToolbarButton("arrow.down.doc", "Fetch Live Site");
     adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), m_fetchLiveSiteButton);
+    m_newPageButton = makeToolbarButton("doc.badge.plus", "New Page");
+    adw_header_bar_pack_start(ADW_HEADER_BAR(headerBar), m_newPageButton);
     m_searchEntry = GTK_SEARCH_ENTRY(gtk_search_entry_new());
     g_object_set(m_searchEntry, "placeholder-text", "Find pages", nullptr);
     gtk_widget_set_size_request(GTK_WIDGET(m_searchEntry), 220, -1);
@@ -54,6 +57,9 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     gtk_widget_set_tooltip_text(GTK_WIDGET(m_mainMenuButton), "Main Menu");
     gtk_menu_button_set_primary(m_mainMenuButton, TRUE);
     adw_header_bar_pack_end(ADW_HEADER_BAR(headerBar), GTK_WIDGET(m_mainMenuButton));
+    // Packed from the trailing edge: "Refresh Preview" stands before "Refresh Git Status".
+    m_refreshGitStatusButton = makeToolbarButton("arrow.triangle.2.circlepath", "Refresh Git Status");
+    adw_header_bar_pack_end(ADW_HEADER_BAR(headerBar), m_refreshGitStatusButton);
     m_refreshPreviewButton = makeToolbarButton("arrow.clockwise", "Refresh Preview");
     adw_header_bar_pack_end(ADW_HEADER_BAR(headerBar), m_refreshPreviewButton);
     gtk_box_append(GTK_BOX(root), headerBar);
@@ -83,11 +89,14 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
         updateToolbar();
     });
     m_connections.observe(store.selectedPageID(), [this] { updateToolbar(); });
+    m_connections.observe(store.rootURL(), [this] { updateToolbar(); });
     m_connections.observe(store.editableDocuments(), [this] { updateToolbar(); });
     m_connections.observe(store.liveFetchIsLoading(), [this] { updateToolbar(); });
     m_connections.connectSwapped(m_fetchLiveSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->showFetchLiveSiteSheet(); }), this);
     m_connections.connectSwapped(m_openSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->openSite(); }), this);
     m_connections.connectSwapped(m_refreshPreviewButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->m_store.refreshPreview(); }), this);
+    m_connections.connectSwapped(m_newPageButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->showNewPageSheet(); }), this);
+    m_connections.connectSwapped(m_refreshGitStatusButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->refreshGitStatus(); }), this);
     m_connections.connectSwapped(m_searchEntry, "search-changed", G_CALLBACK(+[](ContentView* self) {
         self->m_sidebar->setSearchText(gtk_editable_get_text(GTK_EDITABLE(self->m_searchEntry)));
     }), this);
@@ -122,6 +131,9 @@ void ContentView::updateToolbar()
 {
     gtk_widget_set_sensitive(m_refreshPreviewButton, m_store.selectedPage().has_value());
     gtk_widget_set_sensitive(m_fetchLiveSiteButton, !m_store.liveFetchIsLoading().get());
+    bool hasRoot = m_store.rootURL().get().has_value();
+    gtk_widget_set_sensitive(m_newPageButton, hasRoot);
+    gtk_widget_set_sensitive(m_refreshGitStatusButton, hasRoot);
     auto document = m_store.selectedDocument();
     adw_window_title_set_subtitle(ADW_WINDOW_TITLE(m_windowTitle), document ? document->relativePath.c_str() : "");
 }
@@ -143,6 +155,18 @@ void ContentView::showFetchLiveSiteSheet()
         m_fetchLiveSiteSheet = std::make_unique<FetchLiveSiteSheet>(m_store, GTK_IS_WINDOW(window) ? GTK_WINDOW(window) : nullptr);
     }
     m_fetchLiveSiteSheet->present();
+void ContentView::showNewPageSheet()
+{
+    if (m_newPageSheet)
+        return;
+    GtkRoot* window = gtk_widget_get_root(m_root.get());
+    m_newPageSheet = std::make_unique<NewPageSheet>(m_store, GTK_IS_WINDOW(window) ? GTK_WINDOW(window) : nullptr, [this] { m_newPageSheet.reset(); });
+}
+
+void ContentView::refreshGitStatus()
+{
+    m_store.refreshSelectedPageGitSnapshot();
+    m_store.startGitStatusRefresh(std::nullopt, GitRefreshDisplay::markLoading);
 }
 
 void ContentView::clampSidebarWidth()

@@ -12,6 +12,7 @@ namespace Quillory {
 class AppSettingsStore;
 class EditorPreviewView;
 class FetchLiveSiteSheet;
+class NewPageSheet;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -41,6 +42,11 @@ public:
     FetchLiveSiteSheet* fetchLiveSiteSheet() const { return m_fetchLiveSiteSheet.get(); }
     GtkWidget* refreshPreviewButton() const { return m_refreshPreviewButton; }
     GtkMenuButton* mainMenuButton() const { return m_mainMenuButton; }
+    // Both need an open site.
+    GtkWidget* newPageButton() const { return m_newPageButton; }
+    GtkWidget* refreshGitStatusButton() const { return m_refreshGitStatusButton; }
+    // The new page sheet while it is shown, else null.
+    NewPageSheet* newPageSheet() const { return m_newPageSheet.get(); }
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
     bool isShowingWorkspace() const;
@@ -55,6 +61,8 @@ private:
     void showWorkspace();
     void updateToolbar();
     void showFetchLiveSiteSheet();
+    void showNewPageSheet();
+    void refreshGitStatus();
     void clampSidebarWidth();
 
     WorkspaceStore& m_store;
@@ -70,6 +78,9 @@ private:
     std::unique_ptr<FetchLiveSiteSheet> m_fetchLiveSiteSheet;
     GtkWidget* m_refreshPreviewButton { nullptr };
     GtkMenuButton* m_mainMenuButton { nullptr };
+    GtkWidget* m_newPageButton { nullptr };
+    GtkWidget* m_refreshGitStatusButton { nullptr };
+    std::unique_ptr<NewPageSheet> m_newPageSheet;
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };
     // Panels answer later; their callbacks check that this view still exists.

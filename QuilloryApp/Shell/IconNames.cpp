@@ -12,6 +12,8 @@ constexpr std::array mappings {
     IconMapping { "folder", "folder-symbolic" },
     IconMapping { "arrow.clockwise", "view-refresh-symbolic" },
     IconMapping { "arrow.down.doc", "folder-download-symbolic" },
+    IconMapping { "doc.badge.plus", "document-new-symbolic" },
+    IconMapping { "arrow.triangle.2.circlepath", "emblem-synchronizing-symbolic" },
     // Sidebar.
     IconMapping { "doc.text", "text-x-generic-symbolic" },
     IconMapping { "curlybraces", "quillory-curlybraces-symbolic" },
@@ -48,10 +50,15 @@ constexpr std::array mappings {
     IconMapping { "line.3.horizontal", "open-menu-symbolic" },
     IconMapping { "gearshape", "emblem-system-symbolic" },
     IconMapping { "info.circle", "help-about-symbolic" },
+    // Git: the status strip, the Git details and the new page sheet; the live fetch summary.
+    IconMapping { "hourglass", "content-loading-symbolic" },
+    IconMapping { "checkmark.circle", "object-select-symbolic" },
+    IconMapping { "square.and.pencil", "document-edit-symbolic" },
+    IconMapping { "plus.square.dashed", "list-add-symbolic" },
+    IconMapping { "arrow.counterclockwise", "document-revert-symbolic" },
+    IconMapping { "plus", "list-add-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
-    // Live fetch summary.
-    IconMapping { "checkmark.circle", "emblem-ok-symbolic" },
 };
 
 }

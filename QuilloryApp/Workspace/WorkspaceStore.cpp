@@ -68,13 +68,14 @@ void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
     m_errorMessage.set(std::nullopt);
     m_editSessions.clear();
     m_undoHistories.clear();
-    // The Git snapshot is reset here.
+    m_selectedPageGitSnapshot.setIfChanged(FileGitSnapshot::noSelection());
     m_brightloopStore.reset();
     m_pageInspectionStore.clear();
     m_selectedPageID.set(std::move(selection));
     loadSelectedPage();
     startWatchingSiteFolder();
-    // The Git snapshot and status refreshes start here.
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(std::nullopt, GitRefreshDisplay::markLoading);
     m_recentProjectsStore.recordOpenedProject(rootURL);
     m_recentProjects.set(m_recentProjectsStore.projects());
 }
@@ -91,7 +92,7 @@ void WorkspaceStore::publishFailedWorkspace(const std::string& message)
     setEditorTextFromStore({});
     m_editSessions.clear();
     m_undoHistories.clear();
-    // The Git status and the Git snapshot are reset here.
+    resetGitState();
     m_brightloopStore.reset();
     m_pageInspectionStore.clear();
 }
@@ -179,9 +180,9 @@ bool WorkspaceStore::requestSelectDocument(const std::optional<std::string>& doc
     m_brightloopStore.reset();
     m_pageInspectionStore.clear();
     m_selectedPageID.set(documentID);
-    // The Git snapshot is reset here.
+    m_selectedPageGitSnapshot.setIfChanged(FileGitSnapshot::noSelection());
     loadSelectedPage();
-    // The selected file's Git snapshot is refreshed here.
+    refreshSelectedPageGitSnapshot();
     return true;
 }
 

@@ -12,6 +12,8 @@
 #include "QuilloryCore/Inspection/PageInspectionSnapshot.h"
 #include "QuilloryCore/LiveFetch/LiveSiteFetcher.h"
 #include "QuilloryCore/Editing/PageUndoSnapshot.h"
+#include "QuilloryCore/Git/FileGitSnapshot.h"
+#include "QuilloryCore/Git/GitStatusSnapshot.h"
 #include "QuilloryCore/SiteModel/PreviewTarget.h"
 #include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
@@ -36,6 +38,12 @@ class SiteFolderWatcher;
 enum class FrontendProjectPresence {
     absent,
     present,
+};
+
+// Whether a Git status refresh shows "Checking Git" while it runs.
+enum class GitRefreshDisplay {
+    markLoading,
+    quiet,
 };
 
 // The hub of one main window: the open site, the selection, the editor's text, every edit session
@@ -196,6 +204,27 @@ public:
     // The whole-file diff of the selected document against its opened baseline, or "No file selected.".
     std::u16string selectedPageDiff() const;
 
+    // Git and page creation: the working tree's and the selected file's Git state, tracking and
+    // restore, and new pages inside Git-tracked folders.
+    static constexpr std::chrono::milliseconds quietGitRefreshDelay { 150 };
+    const ObservableProperty<GitStatusSnapshot>& gitStatus() const { return m_gitStatus; }
+    const ObservableProperty<FileGitSnapshot>& selectedPageGitSnapshot() const { return m_selectedPageGitSnapshot; }
+    // Replaces a running refresh. `delay` absent runs Git at once; a loading refresh shows
+    // "Checking Git" meanwhile, a quiet one keeps the old state until the new one arrives.
+    void startGitStatusRefresh(std::optional<std::chrono::milliseconds> delay, GitRefreshDisplay);
+    // The selected file's snapshot, on a worker; the old one stays until the new one arrives.
+    void refreshSelectedPageGitSnapshot();
+    // Writes the pending text, then adds only the selected file to the index. False on failure
+    // (errorMessage says why).
+    bool trackSelectedPageInGit();
+    // Throws the editor's text away and writes the file as HEAD has it; the user has confirmed.
+    bool restoreSelectedPageFromGitHead();
+    // Creates a starter page inside a Git-tracked folder of the site and selects it. True means the
+    // sheet may close; every refusal leaves its reason in errorMessage.
+    bool createPage(const std::string& relativePath, bool addToGitTracking);
+    // The selected document's folder followed by "/untitled.html", or "untitled.html" at the root.
+    std::string suggestedNewPagePath() const;
+
     // The document a newly opened workspace selects.
     static std::optional<std::string> defaultSelectedDocumentID(const SiteMap&, const std::vector<EditableDocument>&,
                                                                 FrontendProjectPresence);
@@ -271,7 +300,19 @@ private:
     // Formatting.
     DprintFormatterService m_formatterService;
     ObservableProperty<bool> m_isFormattingDocument { false };
-
+    // Git and page creation.
+    // Stops both Git refreshes and shows no workspace.
+    void resetGitState();
+    // A text the session now shares with the file on disk (a revert or a restore wrote it), so
+    // the session records it as both its current and its last written text.
+    void adoptWrittenText(PageEditSession&, std::u16string text);
+    // The pending delay of a status refresh, and generations that make a superseded Git result
+    // count for nothing.
+    ObservableProperty<GitStatusSnapshot> m_gitStatus;
+    ObservableProperty<FileGitSnapshot> m_selectedPageGitSnapshot { FileGitSnapshot::noSelection() };
+    std::optional<ScheduledTask> m_gitRefreshTask;
+    std::uint64_t m_gitRefreshGeneration { 0 };
+    std::uint64_t m_selectedPageGitSnapshotGeneration { 0 };
     // Background completions hold a weak reference to this and drop their result once it is gone.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
 };

@@ -1,5 +1,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
+#include "QuilloryApp/Git/GitStatusService.h"
+#include "QuilloryCore/Creation/NewPagePaths.h"
 #include "QuilloryCore/Text/FilePaths.h"
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/TextFile.h"
@@ -53,6 +55,92 @@ void WorkspaceStore::createStarterWorkspace(const std::filesystem::path& at)
         return;
     }
     loadWorkspace(folder);
+}
+
+bool WorkspaceStore::createPage(const std::string& relativePath, bool addToGitTracking)
+{
+    // Every refusal names its reason and changes nothing beyond the autosave.
+    auto refuse = [this](std::string message) {
+        m_errorMessage.set(std::move(message));
+        return false;
+    };
+    constexpr const char* unsafePathMessage = "Create pages inside the opened site; parent-directory paths are not allowed.";
+
+    if (!m_rootURL.get())
+        return refuse("Open a local site before creating a page.");
+    auto rootURL = *m_rootURL.get();
+    cancelAutosaveTask();
+    if (!autosaveCurrentPageIfNeeded())
+        return false;
+    // A leading backslash passes here and is removed by normalizing.
+    if (StringHelpers::startsWith(StringHelpers::trimmingWhitespaceAndNewlines(relativePath), "/"))
+        return refuse("Create pages inside the opened site; absolute paths are not allowed.");
+    auto path = NewPagePaths::normalizedNewPagePath(relativePath);
+    if (path.empty())
+        return refuse("Enter a relative page path, such as about.html.");
+    auto extension = StringHelpers::asciiLowercased(FilePaths::pathExtension(path));
+    if (extension != "html" && extension != "htm")
+        return refuse("New pages must be .html or .htm files.");
+    if (NewPagePaths::containsUnsafePathComponent(path))
+        return refuse(unsafePathMessage);
+    auto fileURL = FilePaths::standardized(FilePaths::appending(rootURL, path));
+    if (!NewPagePaths::isDescendant(fileURL, FilePaths::standardized(rootURL)))
+        return refuse(unsafePathMessage);
+    std::error_code error;
+    if (std::filesystem::exists(std::filesystem::symlink_status(fileURL, error)))
+        return refuse(path + " already exists.");
+    // Folders are never created here: a page goes only where Git already tracks files.
+    if (!std::filesystem::is_directory(fileURL.parent_path(), error))
+        return refuse("Create the parent folder first, then add the page inside a Git-tracked folder.");
+
+    auto folder = NewPagePaths::parentPath(path);
+    auto tracked = GitStatusService::trackedFolderStatus(rootURL, folder);
+    switch (tracked.kind) {
+    case GitStatusService::TrackedFolderStatus::Kind::untracked:
+        return refuse("Cannot create " + path + " because " + (folder.empty() ? std::string("site root") : folder) + " is not a Git-tracked folder.");
+    case GitStatusService::TrackedFolderStatus::Kind::notRepository:
+        return refuse("Cannot create pages because the opened site is not inside a Git repository.");
+    case GitStatusService::TrackedFolderStatus::Kind::failed:
+        return refuse(tracked.message.empty() ? "Git could not verify the target folder." : tracked.message);
+    case GitStatusService::TrackedFolderStatus::Kind::tracked:
+        break;
+    }
+
+    try {
+        TextFile::writeUTF8Atomically(fileURL, starterPageText(pageTitle(path)));
+    } catch (const std::exception& writeError) {
+        return refuse(writeError.what());
+    }
+    // From here on the page exists; a failed rebuild leaves it for the next scan to find.
+    try {
+        auto siteMap = m_siteGraphBuilder.build(rootURL);
+        auto documents = EditableDocumentBuilder::build(rootURL, siteMap, IncludeFrontendSource::no);
+        m_siteMap.set(std::move(siteMap));
+        m_editableDocuments.set(std::move(documents));
+    } catch (const std::exception& buildError) {
+        return refuse(buildError.what());
+    }
+    // Other documents keep their sessions; the new page starts fresh.
+    m_selectedPageID.set(path);
+    m_editSessions.erase(path);
+    m_undoHistories.erase(path);
+    m_brightloopStore.reset();
+    m_pageInspectionStore.clear();
+    loadSelectedPage();
+    m_errorMessage.set(std::nullopt);
+    refreshSelectedPageGitSnapshot();
+    if (addToGitTracking)
+        return trackSelectedPageInGit();
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(std::nullopt, GitRefreshDisplay::markLoading);
+    return true;
+}
+
+std::string WorkspaceStore::suggestedNewPagePath() const
+{
+    auto document = selectedDocument();
+    auto folder = document ? NewPagePaths::parentPath(document->relativePath) : std::string();
+    return folder.empty() ? "untitled.html" : folder + "/untitled.html";
 }
 
 std::string WorkspaceStore::pageTitle(std::string_view path)

@@ -1,5 +1,6 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
+#include "QuilloryApp/Git/GitStatusService.h"
 #include "QuilloryCore/Editing/PageUndoHistory.h"
 #include "QuilloryCore/Editing/UnifiedDiff.h"
 #include "QuilloryCore/Text/TextFile.h"
@@ -83,9 +84,12 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
         std::optional<TextFileFingerprint> written;
         std::optional<std::string> failure;
         bool changedOnDisk { false };
+        // The file's Git state read right after the write.
+        FileGitSnapshot gitSnapshot;
     };
-    // The worker touches only these copies. The Git file snapshot will join the write here.
-    auto write = [url = document->url, text, remembered = session->diskFingerprint, ownContents]() -> WriteResult {
+    // The worker touches only these copies.
+    auto write = [url = document->url, text, remembered = session->diskFingerprint, ownContents, rootURL = *m_rootURL.get(),
+                  relativePath = document->relativePath]() -> WriteResult {
         try {
             if (remembered) {
                 // Another program's change is never overwritten; the user is asked first.
@@ -93,11 +97,12 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
                 bool isOwn = current.hasSameContent(*remembered)
                     || (current.exists && std::find(ownContents.begin(), ownContents.end(), current.contentHash) != ownContents.end());
                 if (!isOwn)
-                    return { std::nullopt, std::nullopt, true };
+                    return { std::nullopt, std::nullopt, true, {} };
             }
-            return { TextFile::writeFingerprintedUTF8Atomically(url, text), std::nullopt, false };
+            auto written = TextFile::writeFingerprintedUTF8Atomically(url, text);
+            return { written, std::nullopt, false, GitStatusService::fileSnapshot(rootURL, url, relativePath) };
         } catch (const std::exception& error) {
-            return { std::nullopt, std::string(error.what()), false };
+            return { std::nullopt, std::string(error.what()), false, {} };
         }
     };
     auto apply = [this, lifetime = std::weak_ptr<int>(m_lifetime), generation, pageID, text, contentHash](WriteResult result) {
@@ -123,11 +128,11 @@ void WorkspaceStore::autosaveCurrentPageInBackgroundIfNeeded(std::uint64_t gener
             return;
         }
         stored->second.lastAutosavedText = text;
-        // The Git snapshot is published here.
+        m_selectedPageGitSnapshot.setIfChanged(std::move(result.gitSnapshot));
         m_previewReloadToken.set(UUID::random());
         m_pageInspectionStore.clear();
         m_errorMessage.set(std::nullopt);
-        // A quiet Git status refresh starts here, 0.15 seconds later.
+        startGitStatusRefresh(quietGitRefreshDelay, GitRefreshDisplay::quiet);
     };
     m_scheduler.runInBackground(std::move(write), std::move(apply));
 }
@@ -144,7 +149,8 @@ bool WorkspaceStore::autosaveCurrentPageIfNeeded()
     m_previewReloadToken.set(UUID::random());
     m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
-    // The Git snapshot refresh and a quiet Git status refresh 0.15 seconds later start here.
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(quietGitRefreshDelay, GitRefreshDisplay::quiet);
     return true;
 }
 
@@ -179,13 +185,19 @@ void WorkspaceStore::revertSelectedPageToOpenedBaseline()
     if (!writeSelectedFileCheckingDisk(session->openedBaselineText))
         return;
     // The undo history stays as it is; no snapshot of the discarded text is taken.
-    session->revertToOpenedBaseline();
-    session->markAutosaved();
+    adoptWrittenText(*session, session->openedBaselineText);
     setEditorTextFromStore(session->openedBaselineText);
     m_previewReloadToken.set(UUID::random());
     m_pageInspectionStore.clear();
     m_errorMessage.set(std::nullopt);
-    // The Git snapshot and a Git status refresh start here.
+    refreshSelectedPageGitSnapshot();
+    startGitStatusRefresh(std::nullopt, GitRefreshDisplay::markLoading);
+}
+
+void WorkspaceStore::adoptWrittenText(PageEditSession& session, std::u16string text)
+{
+    session.updateCurrentText(std::move(text));
+    session.markAutosaved();
 }
 
 const PageEditSession* WorkspaceStore::selectedEditSession() const
