@@ -2,8 +2,9 @@
 # Captures the main window from the screen to docs/: preview-window.png (the fixture site "studio"
 # with a rendered page) and brightloop-window.png (a fence being dragged over a page, with the last
 # fence's candidates), page-snapshot-window.png (the page snapshot under the preview),
-# settings-window.png (the settings window in Dark with the "Leaf" accent), and
-# git-status-strip.png and git-details-sheet.png (the Git state under the panes and its details).
+# settings-window.png (the settings window in Dark with the "Leaf" accent),
+# git-status-strip.png and git-details-sheet.png (the Git state under the panes and its details),
+# and live-fetch-window.png and live-fetch-sheet.png (a page fetched from a loopback server, opened).
 # Usage: scripts/snapshot-window.sh [build-dir]
 set -eu
 cd "$(dirname "$0")/.."
@@ -15,5 +16,7 @@ QUILLORY_PREVIEW_SNAPSHOT="$PWD/docs/preview-window.png" \
   QUILLORY_SETTINGS_SNAPSHOT="$PWD/docs/settings-window.png" \
   QUILLORY_GIT_STRIP_SNAPSHOT="$PWD/docs/git-status-strip.png" \
   QUILLORY_GIT_DETAILS_SNAPSHOT="$PWD/docs/git-details-sheet.png" \
+  QUILLORY_LIVE_FETCH_SNAPSHOT="$PWD/docs/live-fetch-window.png" \
+  QUILLORY_LIVE_FETCH_SHEET_SNAPSHOT="$PWD/docs/live-fetch-sheet.png" \
   xvfb-run -a -s "-screen 0 1920x1200x24" dbus-run-session -- \
-  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*'
+  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*'

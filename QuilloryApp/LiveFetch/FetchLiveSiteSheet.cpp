@@ -22,9 +22,13 @@ GtkLabel* makeWrappingLabel(const char* text, const char* cssClass)
 GtkWidget* makeIconRow(const char* systemImageName, GtkLabel* label)
 {
     GtkWidget* row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
+    // At least one text line high: GTK 4.8 measures a wrapping label beside a 16-pixel icon a
+    // pixel short when no width is given, and then warns of overlapping widgets.
+    gtk_widget_set_size_request(row, -1, 20);
     GtkWidget* icon = gtk_image_new_from_icon_name(IconNames::symbolic(systemImageName));
     gtk_widget_set_valign(icon, GTK_ALIGN_START);
     gtk_box_append(GTK_BOX(row), icon);
+    gtk_label_set_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
     gtk_widget_set_hexpand(GTK_WIDGET(label), TRUE);
     gtk_box_append(GTK_BOX(row), GTK_WIDGET(label));
     return row;
@@ -42,7 +46,6 @@ FetchLiveSiteSheet::FetchLiveSiteSheet(WorkspaceStore& store, GtkWindow* parent)
     gtk_window_set_transient_for(window, parent);
     gtk_window_set_hide_on_close(window, TRUE);
     gtk_window_set_default_size(window, 520, -1);
-    gtk_window_set_resizable(window, FALSE);
 
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
     gtk_widget_set_margin_start(column, 24);
@@ -64,8 +67,9 @@ FetchLiveSiteSheet::FetchLiveSiteSheet(WorkspaceStore& store, GtkWindow* parent)
 
     m_loadingRow = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
     m_spinner = gtk_spinner_new();
+    gtk_widget_set_valign(m_spinner, GTK_ALIGN_CENTER);
     gtk_box_append(GTK_BOX(m_loadingRow), m_spinner);
-    gtk_box_append(GTK_BOX(m_loadingRow), GTK_WIDGET(makeWrappingLabel("Fetching page and same-origin assets...", nullptr)));
+    gtk_box_append(GTK_BOX(m_loadingRow), gtk_label_new("Fetching page and same-origin assets..."));
     gtk_box_append(GTK_BOX(column), m_loadingRow);
 
     m_errorLabel = makeWrappingLabel(nullptr, nullptr);
@@ -106,8 +110,8 @@ FetchLiveSiteSheet::~FetchLiveSiteSheet()
 
 void FetchLiveSiteSheet::present()
 {
+    gtk_window_set_focus(GTK_WINDOW(m_window.get()), GTK_WIDGET(m_urlEntry));
     gtk_window_present(GTK_WINDOW(m_window.get()));
-    gtk_widget_grab_focus(GTK_WIDGET(m_urlEntry));
 }
 
 void FetchLiveSiteSheet::close()

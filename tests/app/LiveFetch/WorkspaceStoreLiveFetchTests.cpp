@@ -8,31 +8,14 @@
 #include "app/support/WorkspaceHarness.h"
 #include "support/SocketHTTPServer.h"
 #include "support/TemporaryDirectory.h"
+#include "support/WorkingDirectory.h"
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 using namespace Quillory;
 using namespace QuilloryTest;
 
 namespace {
-
-// Snapshots go below the working directory; each test gets a fresh one and gives it back.
-class WorkingDirectory {
-public:
-    WorkingDirectory()
-        : m_previous(std::filesystem::current_path())
-    {
-        std::filesystem::current_path(m_folder.path());
-    }
-    ~WorkingDirectory() { std::filesystem::current_path(m_previous); }
-    const std::filesystem::path& path() const { return m_folder.path(); }
-
-private:
-    TemporaryDirectory m_folder;
-    std::filesystem::path m_previous;
-};
 
 struct FetchingSite : OpenSite {
     WorkingDirectory workingDirectory;
