@@ -37,8 +37,7 @@ std::vector<EditableDocument> EditableDocumentBuilder::build(const std::filesyst
     }
 
     // Pages and sources mix in one file-browser order; the kind plays no part.
-    std::stable_sort(documents.begin(), documents.end(),
-                     [](auto& a, auto& b) { return StringHelpers::localizedStandardLess(a.relativePath, b.relativePath); });
+    StringHelpers::stableSortLocalizedStandard(documents, [](const EditableDocument& document) -> std::string_view { return document.relativePath; });
     return documents;
 }
 

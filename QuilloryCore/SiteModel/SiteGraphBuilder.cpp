@@ -12,6 +12,7 @@
 #include <cstring>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace Quillory {
@@ -198,6 +199,13 @@ std::u16string pageText(const std::filesystem::path& url)
     return TextFile::readUTF8(url);
 }
 
+// Looked up by string views, so that an href already seen costs no copy.
+struct HrefHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view href) const { return std::hash<std::string_view>()(href); }
+};
+using TargetsByHref = std::unordered_map<std::string, std::uint32_t, HrefHash, std::equal_to<>>;
+
 bool isIndexPagePath(std::string_view relativePath)
 {
     return relativePath == "index.html" || relativePath == "index.htm" || StringHelpers::endsWith(relativePath, "/index.html")
@@ -225,18 +233,38 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     }
 
     SiteRouteResolver resolver(root, pages);
+    std::unordered_map<std::string_view, std::uint32_t> indexByID;
+    indexByID.reserve(pages.size());
+    for (std::uint32_t index = 0; index < pages.size(); ++index)
+        indexByID.emplace(pages[index].id, index);
+
+    // What an href means depends only on the folder of the page that holds it, and the pages of
+    // a folder link to much the same places (menus, neighbours), so each href is resolved once per
+    // folder and remembered as the index of its page.
+    constexpr std::uint32_t noPage = ~std::uint32_t { 0 };
+    std::unordered_map<std::string, TargetsByHref> targetsByFolder;
+    // The page that last listed each page as its target, which makes duplicates a lookup.
+    std::vector<std::uint32_t> listedBy(pages.size(), noPage);
     std::map<std::string, std::vector<std::string>> linksByPageID;
-    for (auto& page : pages) {
+    for (std::uint32_t index = 0; index < pages.size(); ++index) {
+        auto& page = pages[index];
         auto text = pageText(page.url);
         page.title = pageTitle(text, page.relativePath);
         if (eachPageText)
             eachPageText(page, text);
+        auto& known = targetsByFolder[std::string(parentFolder(page.relativePath))];
         std::vector<std::string> targets;
-        std::unordered_set<std::string_view> seen;
         for (auto& href : linkExtractor.hrefs(text)) {
-            auto target = resolver.page(href, page.relativePath);
-            if (target && seen.insert(target->id).second)
-                targets.push_back(target->id);
+            auto found = known.find(std::string_view(href));
+            if (found == known.end()) {
+                auto target = resolver.page(href, page.relativePath);
+                found = known.emplace(href, target ? indexByID.at(target->id) : noPage).first;
+            }
+            auto target = found->second;
+            if (target != noPage && listedBy[target] != index) {
+                listedBy[target] = index;
+                targets.push_back(pages[target].id);
+            }
         }
         linksByPageID.emplace_hint(linksByPageID.end(), page.id, std::move(targets));
     }
@@ -360,8 +388,7 @@ std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder
     }
 
     // Stable, so that a folder stands before a page of the same title.
-    std::stable_sort(nodes.begin(), nodes.end(),
-                     [](auto& a, auto& b) { return StringHelpers::localizedStandardLess(a.title, b.title); });
+    StringHelpers::stableSortLocalizedStandard(nodes, [](const PageTreeNode& node) -> std::string_view { return node.title; });
     return nodes;
 }
 

@@ -59,9 +59,20 @@ int localizedStandardCompare(std::string_view a, std::string_view b)
     return result == UCOL_LESS ? -1 : result == UCOL_GREATER ? 1 : 0;
 }
 
-bool localizedStandardLess(std::string_view a, std::string_view b)
+std::string localizedStandardSortKey(std::string_view text)
 {
-    return localizedStandardCompare(a, b) < 0;
+    // ICU's sort keys compare byte by byte as unsigned values, which is std::string's order too.
+    auto source = unicodeString(text);
+    auto& collator = standardCollator();
+    std::string key(4 * static_cast<std::size_t>(source.length()) + 16, '\0');
+    auto length = collator.getSortKey(source, reinterpret_cast<std::uint8_t*>(key.data()), static_cast<int32_t>(key.size()));
+    if (static_cast<std::size_t>(length) > key.size()) {
+        key.resize(static_cast<std::size_t>(length));
+        length = collator.getSortKey(source, reinterpret_cast<std::uint8_t*>(key.data()), length);
+    }
+    // The key's length counts its terminating zero byte, which every key has and none needs.
+    key.resize(length > 0 ? static_cast<std::size_t>(length) - 1 : 0);
+    return key;
 }
 
 bool localizedCaseInsensitiveContains(std::string_view text, std::string_view query)

@@ -1,15 +1,42 @@
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Quillory::StringHelpers {
 
 // The file-browser order for anything a user sees in a list: case ignored, digit runs compared
 // by value ("v2" before "v10"). Negative, zero or positive like strcmp. Texts are UTF-8.
 int localizedStandardCompare(std::string_view, std::string_view);
-bool localizedStandardLess(std::string_view, std::string_view);
+
+// A key for the same order: comparing two keys as plain strings gives what
+// localizedStandardCompare gives for their texts, equal keys included. One key per text and
+// plain comparisons cost far less than comparing the texts pair by pair.
+std::string localizedStandardSortKey(std::string_view);
+
+// Sorts `items` stably, ascending by localizedStandardCompare of `text(item)` (UTF-8), with one
+// key per item.
+template<class Item, class Text>
+void stableSortLocalizedStandard(std::vector<Item>& items, Text text)
+{
+    std::vector<std::string> keys;
+    keys.reserve(items.size());
+    for (const auto& item : items)
+        keys.push_back(localizedStandardSortKey(text(item)));
+    std::vector<std::uint32_t> order(items.size());
+    std::iota(order.begin(), order.end(), 0u);
+    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
+    std::vector<Item> sorted;
+    sorted.reserve(items.size());
+    for (auto index : order)
+        sorted.push_back(std::move(items[index]));
+    items = std::move(sorted);
+}
 
 // Case-folded substring test, for search fields.
 bool localizedCaseInsensitiveContains(std::string_view text, std::string_view query);

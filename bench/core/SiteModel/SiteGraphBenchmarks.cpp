@@ -1,109 +1,23 @@
 #include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 #include "QuilloryCore/SiteModel/SiteRouteResolver.h"
 #include "QuilloryCore/Text/TextFile.h"
+#include "support/GeneratedSite.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
-#include <fstream>
 #include <random>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 using namespace Quillory;
 
 namespace {
 
-constexpr int sectionCount = 10;
-constexpr int chapterCount = 10;
-constexpr int pagesPerChapter = 100;
-constexpr int linksPerPage = 20;
-constexpr std::size_t pageSize = 4096;
-
-std::string pagePath(int section, int chapter, int page)
-{
-    return "section-" + std::to_string(section) + "/chapter-" + std::to_string(chapter) + "/page-" + std::to_string(page) + ".html";
-}
-
-// A site of 10,000 pages of about 4 KB in nested folders, each with an h1 and 20 links of mixed
-// kinds, written once per process into a temporary folder that is removed at exit.
-class GeneratedSite {
-public:
-    static const GeneratedSite& shared()
-    {
-        static const GeneratedSite site;
-        return site;
-    }
-
-    const std::filesystem::path& root() const { return m_root; }
-    const std::vector<std::filesystem::path>& pageFiles() const { return m_pageFiles; }
-
-    ~GeneratedSite()
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_root, error);
-    }
-
-private:
-    GeneratedSite()
-    {
-        m_root = std::filesystem::temp_directory_path() / ("quillory-bench-site-" + std::to_string(::getpid()));
-        std::filesystem::create_directories(m_root / "assets");
-        std::ofstream(m_root / "assets" / "site.css") << "body { margin: 0 }\n";
-        std::ofstream(m_root / "index.html") << "<h1>Home</h1><a href=\"section-0/chapter-0/page-0.html\">start</a>\n";
-        m_pageFiles.push_back(m_root / "index.html");
-
-        std::mt19937 random(7);
-        for (int section = 0; section < sectionCount; ++section) {
-            for (int chapter = 0; chapter < chapterCount; ++chapter) {
-                std::filesystem::create_directories(m_root / ("section-" + std::to_string(section)) / ("chapter-" + std::to_string(chapter)));
-                for (int page = 0; page < pagesPerChapter; ++page) {
-                    auto relativePath = pagePath(section, chapter, page);
-                    auto file = m_root / relativePath;
-                    std::ofstream(file) << pageText(section, chapter, page, random);
-                    m_pageFiles.push_back(file);
-                }
-            }
-        }
-    }
-
-    static std::string pageText(int section, int chapter, int page, std::mt19937& random)
-    {
-        std::string text = "<!DOCTYPE html>\n<html>\n<head><title>Page " + std::to_string(page) + "</title>"
-                           "<link rel=\"stylesheet\" href=\"/assets/site.css\"></head>\n<body>\n"
-                           "<h1 class=\"title\">Chapter " + std::to_string(chapter) + " &amp; page <em>" + std::to_string(page) + "</em></h1>\n";
-        std::uniform_int_distribution<int> pageNumber(0, pagesPerChapter - 1);
-        for (int link = 0; link < linksPerPage; ++link) {
-            std::string href;
-            switch (link % 5) {
-            case 0:
-                href = "page-" + std::to_string(pageNumber(random)) + ".html";
-                break;
-            case 1:
-                href = "/" + pagePath((section + 1) % sectionCount, chapter, pageNumber(random));
-                break;
-            case 2:
-                href = "../chapter-" + std::to_string((chapter + 1) % chapterCount) + "/page-" + std::to_string(pageNumber(random));
-                break;
-            case 3:
-                href = "https://example.org/reference/" + std::to_string(link);
-                break;
-            default:
-                href = "#section-" + std::to_string(link);
-                break;
-            }
-            text += "<p>Paragraph " + std::to_string(link) + " with <a class=\"inline\" href=\"" + href + "\">a link</a> inside it.</p>\n";
-        }
-        text += "<p>";
-        while (text.size() < pageSize - 32)
-            text += "Filler words that make the page as long as an ordinary article. ";
-        text += "</p>\n</body>\n</html>\n";
-        return text;
-    }
-
-    std::filesystem::path m_root;
-    std::vector<std::filesystem::path> m_pageFiles;
-};
+using QuilloryBench::GeneratedSite;
+constexpr int sectionCount = GeneratedSite::sectionCount;
+constexpr int chapterCount = GeneratedSite::chapterCount;
+constexpr int pagesPerChapter = GeneratedSite::pagesPerChapter;
+constexpr auto pagePath = GeneratedSite::pagePath;
 
 double secondsSince(std::chrono::steady_clock::time_point start)
 {

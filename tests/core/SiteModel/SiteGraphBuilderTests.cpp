@@ -681,3 +681,46 @@ TEST(SiteGraphBuilder, TitleOfRandomTextsMatchesTheExpressions)
 }
 
 }
+
+namespace {
+
+// The scan resolves each href once per folder and remembers the answer; the links must be those
+// of asking the route resolver about every href of every page, deduplicated in order.
+TEST(SiteGraphBuilder, LinksEqualResolvingEveryHrefOfEveryPage)
+{
+    TemporaryDirectory folder;
+    const std::vector<std::string> paths { "index.html", "about.html", "a.htm", "docs/index.html", "docs/guide.html", "docs/deep/x.html",
+                                           "docs/deep/index.htm", "blog/post-1.html", "blog/post 2.html", "blog/index.html", "b/docs/guide.html" };
+    const std::vector<std::string> hrefs { "about.html", "/about.html", "../about.html", "guide", "guide.html", "./guide.html",
+                                           "deep/", "deep", "/docs/", "/docs", "..", "../..", "#top", "https://example.org/",
+                                           "post%202.html", "post 2.html", "/blog/?page=2", "index.html#x", " about.html ", "a",
+                                           "../docs/deep/x.html", "x.html", "/b/docs/guide", "mailto:someone@example.org", "//cdn.example.org/x",
+                                           "missing.html", "%zz.html", "docs/../docs/guide.html", "/" };
+    std::mt19937 random(3);
+    std::uniform_int_distribution<std::size_t> pick(0, hrefs.size() - 1);
+    for (auto& path : paths) {
+        std::string html = "<h1>" + path + "</h1>\n";
+        for (int link = 0; link < 25; ++link)
+            html += "<a href=\"" + hrefs[pick(random)] + "\">link</a>\n";
+        folder.write(path, html);
+    }
+
+    auto map = scan(folder);
+    auto resolver = map.routeResolver();
+    HTMLLinkExtractor extractor;
+    ASSERT_EQ(map.pages.size(), paths.size());
+    std::size_t linkCount = 0;
+    for (auto& page : map.pages) {
+        std::vector<std::string> expected;
+        for (auto& href : extractor.hrefs(UnicodeText::utf16(QuilloryTest::readBytes(page.url)))) {
+            auto target = resolver.page(href, page.relativePath);
+            if (target && std::find(expected.begin(), expected.end(), target->id) == expected.end())
+                expected.push_back(target->id);
+        }
+        EXPECT_EQ(map.linksByPageID.at(page.id), expected) << page.id;
+        linkCount += expected.size();
+    }
+    EXPECT_GT(linkCount, 4 * paths.size());
+}
+
+}

@@ -3,6 +3,8 @@
 #include "QuilloryCore/Text/RegularExpression.h"
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/UUID.h"
+#include "QuilloryCore/Text/UnicodeText.h"
+#include "support/RandomTexts.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -17,8 +19,37 @@ TEST(StringHelpers, StandardCompareOrdersDigitRunsByValueAndIgnoresCase)
     EXPECT_LT(StringHelpers::localizedStandardCompare("apple", "Banana"), 0);
     EXPECT_EQ(StringHelpers::localizedStandardCompare("Docs", "docs"), 0);
     std::vector<std::string> names { "page10.html", "Page2.html", "page1.html" };
-    std::stable_sort(names.begin(), names.end(), StringHelpers::localizedStandardLess);
+    StringHelpers::stableSortLocalizedStandard(names, [](const std::string& name) -> std::string_view { return name; });
     EXPECT_EQ(names, (std::vector<std::string> { "page1.html", "Page2.html", "page10.html" }));
+}
+
+// Keys replace pairwise comparisons in every sort a user sees, so their order must be the
+// comparison's exactly, ties included, over case, accents, digit runs and punctuation.
+TEST(StringHelpers, SortKeysOrderLikeTheStandardCompare)
+{
+    const std::vector<std::u16string> pieces { u"a", u"A", u"b", u"\u00e9", u"E", u"e\u0301", u"0", u"1", u"2", u"10", u"007", u"-", u" ",
+                                               u"_", u"/", u".html", u"\u00df", u"ss", u"\u0663", u"Z", u"\u4e2d", u"\U0001F600" };
+    std::vector<std::string> texts;
+    QuilloryTest::forEachRandomText(pieces, 31, 6, 400, [&](const std::u16string& text) {
+        texts.push_back(UnicodeText::utf8FromUTF16(text));
+        return true;
+    });
+    for (auto& a : texts) {
+        auto keyA = StringHelpers::localizedStandardSortKey(a);
+        for (auto& b : texts) {
+            auto keyB = StringHelpers::localizedStandardSortKey(b);
+            int expected = StringHelpers::localizedStandardCompare(a, b);
+            int actual = keyA < keyB ? -1 : keyB < keyA ? 1 : 0;
+            ASSERT_EQ(actual, expected) << a << " | " << b;
+        }
+    }
+
+    auto expected = texts;
+    std::stable_sort(expected.begin(), expected.end(),
+                     [](const std::string& a, const std::string& b) { return StringHelpers::localizedStandardCompare(a, b) < 0; });
+    auto sorted = texts;
+    StringHelpers::stableSortLocalizedStandard(sorted, [](const std::string& text) -> std::string_view { return text; });
+    EXPECT_EQ(sorted, expected);
 }
 
 TEST(StringHelpers, Capitalized)
