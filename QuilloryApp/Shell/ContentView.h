@@ -56,12 +56,13 @@ public:
     bool shouldClose();
     // Shows the open panel; a chosen folder replaces the workspace.
     void openSite();
+    // Shows the "New Page" sheet (once: a second call while it is shown does nothing).
+    void showNewPageSheet();
 
 private:
     void showWorkspace();
     void updateToolbar();
     void showFetchLiveSiteSheet();
-    void showNewPageSheet();
     void refreshGitStatus();
     void clampSidebarWidth();
 

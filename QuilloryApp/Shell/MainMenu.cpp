@@ -8,6 +8,7 @@ GRef<GMenu> make()
 {
     auto menu = GRef<GMenu>::adopt(g_menu_new());
     g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(preferencesSection().get()));
+    g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(helpSection().get()));
     return menu;
 }
 
@@ -15,6 +16,14 @@ GRef<GMenu> preferencesSection()
 {
     auto section = GRef<GMenu>::adopt(g_menu_new());
     g_menu_append(section.get(), "Preferences", preferencesDetailedAction);
+    return section;
+}
+
+GRef<GMenu> helpSection()
+{
+    auto section = GRef<GMenu>::adopt(g_menu_new());
+    g_menu_append(section.get(), "Keyboard Shortcuts", "win.show-shortcuts");
+    g_menu_append(section.get(), "About Quillory", "win.about");
     return section;
 }
 

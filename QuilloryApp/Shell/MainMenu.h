@@ -20,6 +20,9 @@ GRef<GMenu> make();
 // The section with "Preferences".
 GRef<GMenu> preferencesSection();
 
+// The section with "Keyboard Shortcuts" and "About Quillory" (window actions of WindowActions).
+GRef<GMenu> helpSection();
+
 // Adds the application actions the menu names, with their shortcuts.
 void installActions(GtkApplication*, std::function<void()> showPreferences);
 

@@ -1,6 +1,7 @@
 #include "QuilloryApp/Shell/WindowActions.h"
 
 #include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Support/GRef.h"
 #include "QuilloryApp/Workspace/AppInfo.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
@@ -44,7 +45,9 @@ const std::vector<WindowShortcut>& WindowActions::shortcuts()
 {
     static const std::vector<WindowShortcut> list {
         { "win.open-site", { "<Control>o" }, "Open Site", "Site" },
+        { "win.new-page", { "<Control>n" }, "New Page", "Site" },
         { "win.refresh-preview", { "<Control>r", "F5" }, "Refresh Preview", "Preview" },
+        { MainMenu::preferencesDetailedAction, { MainMenu::preferencesAccelerator }, "Preferences", "General" },
         { "win.show-shortcuts", { "<Control>question" }, "Keyboard Shortcuts", "General" },
         { "app.quit", { "<Control>q" }, "Quit", "General" },
     };
@@ -59,6 +62,7 @@ WindowActions::WindowActions(GtkApplication* application, GtkWindow* window, Con
 {
     auto* windowMap = G_ACTION_MAP(window);
     addAction(windowMap, "win.open-site", G_CALLBACK(+[](WindowActions* self) { self->m_contentView.openSite(); }), this);
+    m_newPage = addAction(windowMap, "win.new-page", G_CALLBACK(+[](WindowActions* self) { self->m_contentView.showNewPageSheet(); }), this);
     m_refreshPreview = addAction(windowMap, "win.refresh-preview", G_CALLBACK(+[](WindowActions* self) { self->m_store.refreshPreview(); }), this);
     addAction(windowMap, "win.show-shortcuts", G_CALLBACK(+[](WindowActions* self) {
         gtk_window_present(makeShortcutsWindow(self->m_window.get()));
@@ -85,7 +89,7 @@ WindowActions::~WindowActions()
     m_connections.disconnectAll();
     // The application outlives the window; its quit action must not reach this object any more.
     g_action_map_remove_action(G_ACTION_MAP(m_application), "quit");
-    for (const char* name : { "open-site", "refresh-preview", "show-shortcuts", "about" }) {
+    for (const char* name : { "open-site", "new-page", "refresh-preview", "show-shortcuts", "about" }) {
         if (GAction* action = g_action_map_lookup_action(G_ACTION_MAP(m_window.get()), name))
             g_signal_handlers_disconnect_by_data(action, this);
     }
@@ -94,6 +98,7 @@ WindowActions::~WindowActions()
 void WindowActions::updateEnabledStates()
 {
     g_simple_action_set_enabled(m_refreshPreview, m_store.selectedPage().has_value());
+    g_simple_action_set_enabled(m_newPage, m_store.rootURL().get().has_value());
 }
 
 GtkWindow* WindowActions::makeShortcutsWindow(GtkWindow* parent)

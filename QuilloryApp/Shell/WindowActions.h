@@ -23,8 +23,8 @@ struct WindowShortcut {
     std::string group;
 };
 
-// The main window's own commands (open a site, refresh the preview, quit, the shortcuts window,
-// About) as actions with accelerators, installed on the window and the application. The actions
+// The main window's own commands (open a site, a new page, refresh the preview, quit, the shortcuts
+// window, About) as actions with accelerators, installed on the window and the application. The actions
 // live as long as the window; their enabled states follow the store.
 class WindowActions {
 public:
@@ -48,6 +48,7 @@ private:
     GRef<GtkWindow> m_window;
     ContentView& m_contentView;
     WorkspaceStore& m_store;
+    GSimpleAction* m_newPage { nullptr };
     GSimpleAction* m_refreshPreview { nullptr };
     ViewConnections m_connections;
 };

@@ -1,4 +1,5 @@
 #include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Shell/QuilloryApplication.h"
 #include "QuilloryApp/Shell/WindowActions.h"
 #include "QuilloryApp/Workspace/AppInfo.h"
@@ -99,12 +100,14 @@ TEST(WindowActions, CommonCommandsHaveTheirAccelerators)
     EXPECT_EQ(window.accelerators("win.refresh-preview"), std::vector<std::string>({ "<Control>r", "F5" }));
     EXPECT_EQ(window.accelerators("win.show-shortcuts"), std::vector<std::string>({ "<Control>question" }));
     EXPECT_EQ(window.accelerators("app.quit"), std::vector<std::string>({ "<Control>q" }));
+    EXPECT_EQ(window.accelerators("win.new-page"), std::vector<std::string>({ "<Control>n" }));
 }
 
 TEST(WindowActions, RefreshPreviewIsEnabledOnlyWithAPageSelected)
 {
     ActionWindow window;
     EXPECT_FALSE(window.isEnabled("refresh-preview"));
+    EXPECT_FALSE(window.isEnabled("new-page"));
     EXPECT_TRUE(window.isEnabled("open-site"));
 
     TemporaryDirectory site;
@@ -112,6 +115,7 @@ TEST(WindowActions, RefreshPreviewIsEnabledOnlyWithAPageSelected)
     window.harness.store.loadWorkspace(site.path());
     drainMainLoop();
     EXPECT_TRUE(window.isEnabled("refresh-preview"));
+    EXPECT_TRUE(window.isEnabled("new-page"));
 
     auto token = window.harness.store.previewReloadToken().get();
     g_action_group_activate_action(G_ACTION_GROUP(window.window), "refresh-preview", nullptr);
@@ -178,4 +182,27 @@ TEST(WindowActions, ApplicationIconIsBundledForTheWindow)
     ViewHarness harness;
     GtkIconTheme* theme = gtk_icon_theme_get_for_display(gdk_display_get_default());
     EXPECT_TRUE(gtk_icon_theme_has_icon(theme, "app.quillory.Quillory"));
+}
+
+TEST(WindowActions, MainMenuOffersTheShortcutsWindowAndAbout)
+{
+    auto menu = MainMenu::make();
+    std::vector<std::string> items;
+    for (int section = 0; section < g_menu_model_get_n_items(G_MENU_MODEL(menu.get())); ++section) {
+        auto* links = g_menu_model_get_item_link(G_MENU_MODEL(menu.get()), section, G_MENU_LINK_SECTION);
+        for (int item = 0; links && item < g_menu_model_get_n_items(links); ++item) {
+            gchar* label = nullptr;
+            gchar* action = nullptr;
+            g_menu_model_get_item_attribute(links, item, G_MENU_ATTRIBUTE_LABEL, "s", &label);
+            g_menu_model_get_item_attribute(links, item, G_MENU_ATTRIBUTE_ACTION, "s", &action);
+            items.push_back(std::string(label ? label : "") + "=" + (action ? action : ""));
+            g_free(label);
+            g_free(action);
+        }
+        if (links)
+            g_object_unref(links);
+    }
+    EXPECT_TRUE(std::find(items.begin(), items.end(), "Keyboard Shortcuts=win.show-shortcuts") != items.end());
+    EXPECT_TRUE(std::find(items.begin(), items.end(), "About Quillory=win.about") != items.end());
+    EXPECT_TRUE(std::find(items.begin(), items.end(), "Preferences=app.preferences") != items.end());
 }
