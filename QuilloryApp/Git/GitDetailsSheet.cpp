@@ -36,7 +36,6 @@ GtkLabel* appendLabelledRow(GtkWidget* section, const char* name)
     gtk_box_append(GTK_BOX(row), GTK_WIDGET(nameLabel));
     auto* value = makeLabel("", { "caption" });
     gtk_widget_set_hexpand(GTK_WIDGET(value), TRUE);
-    gtk_label_set_selectable(value, TRUE);
     gtk_box_append(GTK_BOX(row), GTK_WIDGET(value));
     gtk_box_append(GTK_BOX(section), row);
     return value;
@@ -72,9 +71,10 @@ GitDetailsSheet::GitDetailsSheet(WorkspaceStore& store, GtkWindow* parent, std::
     if (parent)
         gtk_window_set_transient_for(window, parent);
     gtk_window_set_default_size(window, minimumWidth, minimumHeight);
-    gtk_widget_set_size_request(m_window.get(), minimumWidth, minimumHeight);
 
     GtkWidget* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    // The minimum is the sheet's own area, whatever the window's frame adds around it.
+    gtk_widget_set_size_request(content, minimumWidth, minimumHeight);
     GtkWidget* headerBar = adw_header_bar_new();
     GtkWidget* heading = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
     gtk_widget_set_valign(heading, GTK_ALIGN_CENTER);
@@ -112,7 +112,6 @@ GitDetailsSheet::GitDetailsSheet(WorkspaceStore& store, GtkWindow* parent, std::
     gtk_box_append(GTK_BOX(statusRow), GTK_WIDGET(m_statusWordLabel));
     gtk_box_append(GTK_BOX(currentFile), statusRow);
     m_statusEntryLabel = makeLabel("", { "caption", "quillory-git-entry" });
-    gtk_label_set_selectable(m_statusEntryLabel, TRUE);
     gtk_box_append(GTK_BOX(currentFile), GTK_WIDGET(m_statusEntryLabel));
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 10);
     gtk_widget_set_margin_top(buttons, 4);
@@ -150,6 +149,8 @@ GitDetailsSheet::GitDetailsSheet(WorkspaceStore& store, GtkWindow* parent, std::
         self->close();
         return TRUE;
     }), this);
+    // The focus starts on "Close" rather than on a selectable line or the destructive button.
+    gtk_window_set_focus(window, m_closeButton);
     gtk_window_present(window);
 }
 

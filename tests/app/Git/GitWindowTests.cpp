@@ -203,7 +203,7 @@ TEST(GitDetailsSheet, ShowsItsSectionsAtItsMinimumSize)
     EXPECT_EQ(gtk_window_get_transient_for(sheet.window()), GTK_WINDOW(harness.window.window()));
     int width = 0;
     int height = 0;
-    gtk_widget_get_size_request(GTK_WIDGET(sheet.window()), &width, &height);
+    gtk_widget_get_size_request(adw_window_get_content(ADW_WINDOW(sheet.window())), &width, &height);
     EXPECT_GE(width, 620);
     EXPECT_GE(height, 520);
     auto texts = sheetTexts(sheet);
