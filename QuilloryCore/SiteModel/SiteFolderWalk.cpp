@@ -81,10 +81,12 @@ std::vector<Entry> regularFiles(const std::filesystem::path& folder, const std::
         if (isSkipped(entry.path().filename().native(), skippedNames)) {
             walk.disable_recursion_pending();
         } else {
-            auto status = entry.symlink_status(error);
+            // The type the folder listing gave is used where there is one, sparing a query per
+            // entry; a symbolic link is never taken for a regular file.
+            bool isRegularFile = !entry.is_symlink(error) && !error && entry.is_regular_file(error);
             if (error)
                 throw FileScanError("The file " + TextFile::quotedFileName(entry.path()) + " couldn\u2019t be examined: " + error.message() + ".");
-            if (std::filesystem::is_regular_file(status)) {
+            if (isRegularFile) {
                 auto url = FilePaths::standardized(entry.path());
                 entries.push_back({ relativePath(url.native(), rootText), std::move(url) });
             }

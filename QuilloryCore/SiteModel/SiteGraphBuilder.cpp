@@ -233,16 +233,22 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     }
 
     SiteRouteResolver resolver(root, pages);
-    std::unordered_map<std::string_view, std::uint32_t> indexByID;
-    indexByID.reserve(pages.size());
-    for (std::uint32_t index = 0; index < pages.size(); ++index)
-        indexByID.emplace(pages[index].id, index);
-
-    // What an href means depends only on the folder of the page that holds it, and the pages of
-    // a folder link to much the same places (menus, neighbours), so each href is resolved once per
-    // folder and remembered as the index of its page.
     constexpr std::uint32_t noPage = ~std::uint32_t { 0 };
+    // Pages are in path order, and a page's id is its path.
+    auto indexOf = [&](const SitePage* target) {
+        if (!target)
+            return noPage;
+        auto found = std::lower_bound(pages.begin(), pages.end(), target->id,
+                                      [](const SitePage& page, const std::string& id) { return page.relativePath < id; });
+        return static_cast<std::uint32_t>(found - pages.begin());
+    };
+
+    // What an href means depends only on the folder of the page that holds it, and not even on
+    // that when it begins with "/" or "#"; the pages of a folder link to much the same places
+    // (menus, neighbours). So each href is resolved once per folder, or once, and remembered as
+    // the index of its page.
     std::unordered_map<std::string, TargetsByHref> targetsByFolder;
+    TargetsByHref targetsFromAnywhere;
     // The page that last listed each page as its target, which makes duplicates a lookup.
     std::vector<std::uint32_t> listedBy(pages.size(), noPage);
     std::map<std::string, std::vector<std::string>> linksByPageID;
@@ -252,14 +258,13 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
         page.title = pageTitle(text, page.relativePath);
         if (eachPageText)
             eachPageText(page, text);
-        auto& known = targetsByFolder[std::string(parentFolder(page.relativePath))];
+        auto& targetsFromFolder = targetsByFolder[std::string(parentFolder(page.relativePath))];
         std::vector<std::string> targets;
         for (auto& href : linkExtractor.hrefs(text)) {
+            auto& known = !href.empty() && (href.front() == '/' || href.front() == '#') ? targetsFromAnywhere : targetsFromFolder;
             auto found = known.find(std::string_view(href));
-            if (found == known.end()) {
-                auto target = resolver.page(href, page.relativePath);
-                found = known.emplace(href, target ? indexByID.at(target->id) : noPage).first;
-            }
+            if (found == known.end())
+                found = known.emplace(href, indexOf(resolver.page(href, page.relativePath))).first;
             auto target = found->second;
             if (target != noPage && listedBy[target] != index) {
                 listedBy[target] = index;
