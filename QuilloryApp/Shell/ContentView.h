@@ -11,6 +11,7 @@ namespace Quillory {
 
 class AppSettingsStore;
 class EditorPreviewView;
+class FrontendInstallConfirmation;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -39,6 +40,8 @@ public:
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
     bool isShowingWorkspace() const;
+    // The install confirmation while the store asks for it, otherwise null.
+    FrontendInstallConfirmation* frontendInstallConfirmation() const { return m_frontendInstallConfirmation.get(); }
 
     // Writes the pending text before the window closes. The first close that fails to write is
     // refused, so the error shows and the text is still in the editor; a second one goes ahead.
@@ -49,6 +52,7 @@ private:
     void updateToolbar();
     void openSite();
     void clampSidebarWidth();
+    void showFrontendInstallConfirmation();
 
     WorkspaceStore& m_store;
     GRef<GtkWidget> m_root;
@@ -62,6 +66,7 @@ private:
     GtkWidget* m_refreshPreviewButton { nullptr };
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };
+    std::unique_ptr<FrontendInstallConfirmation> m_frontendInstallConfirmation;
     // Panels answer later; their callbacks check that this view still exists.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
     ViewConnections m_connections;

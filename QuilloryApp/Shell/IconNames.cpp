@@ -43,6 +43,10 @@ constexpr std::array mappings {
     IconMapping { "paintbrush", "applications-graphics-symbolic" },
     IconMapping { "number", "quillory-number-symbolic" },
     IconMapping { "questionmark.square", "dialog-question-symbolic" },
+    // Frontend preview controls.
+    IconMapping { "play.fill", "media-playback-start-symbolic" },
+    IconMapping { "stop.fill", "media-playback-stop-symbolic" },
+    IconMapping { "arrow.down.circle", "folder-download-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
 };

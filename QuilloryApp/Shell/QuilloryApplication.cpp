@@ -7,17 +7,30 @@
 #include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
+#include <glib-unix.h>
+
+#include <csignal>
+
 namespace Quillory {
 
 QuilloryApplication::QuilloryApplication()
     : m_application(adw_application_new(applicationID, G_APPLICATION_DEFAULT_FLAGS))
 {
     g_signal_connect_swapped(m_application, "activate", G_CALLBACK(+[](QuilloryApplication* self) { self->activate(); }), this);
+    // Ended from outside, the application still quits through its destructors, so that the store
+    // ends a running dev server with its process group.
+    for (int signal : { SIGTERM, SIGINT, SIGHUP })
+        m_signalSources.push_back(g_unix_signal_add(signal, +[](gpointer application) -> gboolean {
+            g_application_quit(G_APPLICATION(application));
+            return G_SOURCE_CONTINUE;
+        }, m_application));
 }
 
 QuilloryApplication::~QuilloryApplication()
 {
     g_signal_handlers_disconnect_by_data(m_application, this);
+    for (guint source : m_signalSources)
+        g_source_remove(source);
     m_contentView.reset();
     m_store.reset();
     m_scheduler.reset();

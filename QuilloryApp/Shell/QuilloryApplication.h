@@ -3,6 +3,7 @@
 #include <adwaita.h>
 
 #include <memory>
+#include <vector>
 
 namespace Quillory {
 
@@ -43,6 +44,7 @@ private:
     std::unique_ptr<GLibScheduler> m_scheduler;
     std::unique_ptr<WorkspaceStore> m_store;
     std::unique_ptr<ContentView> m_contentView;
+    std::vector<guint> m_signalSources;
 };
 
 }
