@@ -4,7 +4,8 @@
 # fence's candidates), page-snapshot-window.png (the page snapshot under the preview),
 # settings-window.png (the settings window in Dark with the "Leaf" accent),
 # git-status-strip.png and git-details-sheet.png (the Git state under the panes and its details),
-# and live-fetch-window.png and live-fetch-sheet.png (a page fetched from a loopback server, opened).
+# live-fetch-window.png and live-fetch-sheet.png (a page fetched from a loopback server, opened),
+# and vite-react-window.png (the Vite React fixture running in the dev server, fenced).
 # Usage: scripts/snapshot-window.sh [build-dir]
 set -eu
 cd "$(dirname "$0")/.."
@@ -18,5 +19,6 @@ QUILLORY_PREVIEW_SNAPSHOT="$PWD/docs/preview-window.png" \
   QUILLORY_GIT_DETAILS_SNAPSHOT="$PWD/docs/git-details-sheet.png" \
   QUILLORY_LIVE_FETCH_SNAPSHOT="$PWD/docs/live-fetch-window.png" \
   QUILLORY_LIVE_FETCH_SHEET_SNAPSHOT="$PWD/docs/live-fetch-sheet.png" \
+  QUILLORY_VITE_REACT_SNAPSHOT="$PWD/docs/vite-react-window.png" \
   xvfb-run -a -s "-screen 0 1920x1200x24" dbus-run-session -- \
-  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*'
+  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*:FrontendDevServerWindowOnScreen.*'

@@ -106,6 +106,7 @@ void PreviewPane::update(const Inputs& inputs)
     };
 
     m_webPreviewView.update(inputs.preview);
+    m_frontendPreviewControls.update(inputs.frontendProjectKind, inputs.frontendPreviewState, inputs.frontendActions);
     gtk_widget_set_visible(m_emptyPreviewState, inputs.isPageEmpty);
 
     m_brightloopEnabled = inputs.preview.brightloopEnabled;
@@ -147,6 +148,7 @@ GtkWidget* PreviewPane::makeHeader()
     GtkWidget* label = gtk_label_new("WebKit Preview");
     gtk_widget_add_css_class(label, "heading");
     gtk_box_append(GTK_BOX(header), label);
+    gtk_box_append(GTK_BOX(header), m_frontendPreviewControls.widget());
 
     // The pane is often at its narrowest beside the editor, where the actions' words don't fit.
     m_expandedHeaderActions = makeHeaderActions(HeaderStyle::labelled);

@@ -2,6 +2,7 @@
 
 #include "QuilloryApp/Support/GRef.h"
 #include "QuilloryApp/Inspection/PageInspectionPanel.h"
+#include "QuilloryApp/Preview/FrontendPreviewControls.h"
 #include "QuilloryApp/Preview/WebPreviewView.h"
 #include "QuilloryCore/Brightloop/BrightloopModels.h"
 #include "QuilloryCore/Inspection/PageInspectionSnapshot.h"
@@ -58,6 +59,10 @@ public:
         std::function<void(const BrightloopCandidate&)> onSelectCandidate;
         std::function<void(const BrightloopCandidate&)> onToggleCandidateHidden;
         std::function<void(const BrightloopCandidate&)> onHighlightCandidate;
+        // The workspace's frontend project, whose caption and controls follow the header's label.
+        std::optional<FrontendProjectKind> frontendProjectKind;
+        FrontendPreviewState frontendPreviewState;
+        FrontendPreviewControls::Actions frontendActions;
     };
 
     // The pop-out window reads `brightloopStore`, which must outlive the pane.
@@ -69,6 +74,7 @@ public:
     GtkWidget* widget() const { return m_root.get(); }
     WebPreviewView& webPreviewView() { return m_webPreviewView; }
     PageInspectionPanel& pageInspectionPanel() { return m_pageInspectionPanel; }
+    FrontendPreviewControls& frontendPreviewControls() { return m_frontendPreviewControls; }
     BrightloopCandidateRail& candidateRail() const { return *m_candidateRail; }
     CandidateRailResizeHandle& candidateRailResizeHandle() const { return *m_resizeHandle; }
     const HeaderActions& expandedHeaderActions() const { return m_expandedHeaderActions; }
@@ -120,6 +126,7 @@ private:
     Actions m_actions;
     WebPreviewView m_webPreviewView;
     PageInspectionPanel m_pageInspectionPanel;
+    FrontendPreviewControls m_frontendPreviewControls;
     double m_candidateRailHeight { defaultCandidateRailHeight };
     std::unique_ptr<CandidateRailResizeHandle> m_resizeHandle;
     std::unique_ptr<BrightloopCandidateRail> m_candidateRail;

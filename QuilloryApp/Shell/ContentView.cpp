@@ -2,6 +2,7 @@
 
 #include "QuilloryApp/LiveFetch/FetchLiveSiteSheet.h"
 #include "QuilloryApp/Creation/NewPageSheet.h"
+#include "QuilloryApp/Frontend/FrontendInstallConfirmation.h"
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/MainMenu.h"
@@ -93,6 +94,7 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     m_connections.observe(store.editableDocuments(), [this] { updateToolbar(); });
     m_connections.observe(store.liveFetchIsLoading(), [this] { updateToolbar(); });
     m_connections.connectSwapped(m_fetchLiveSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->showFetchLiveSiteSheet(); }), this);
+    m_connections.observe(store.frontendPreviewStore().isShowingInstallConfirmation(), [this] { showFrontendInstallConfirmation(); });
     m_connections.connectSwapped(m_openSiteButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->openSite(); }), this);
     m_connections.connectSwapped(m_refreshPreviewButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->m_store.refreshPreview(); }), this);
     m_connections.connectSwapped(m_newPageButton, "clicked", G_CALLBACK(+[](ContentView* self) { self->showNewPageSheet(); }), this);
@@ -106,6 +108,7 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
 ContentView::~ContentView()
 {
     m_connections.disconnectAll();
+    m_frontendInstallConfirmation.reset();
 }
 
 bool ContentView::isShowingWorkspace() const
@@ -175,6 +178,32 @@ void ContentView::clampSidebarWidth()
     int clamped = std::clamp(position, sidebarMinimumWidth, sidebarMaximumWidth);
     if (clamped != position)
         gtk_paned_set_position(m_split, clamped);
+}
+
+void ContentView::showFrontendInstallConfirmation()
+{
+    if (!m_store.isShowingFrontendInstallConfirmation()) {
+        m_frontendInstallConfirmation.reset();
+        return;
+    }
+    if (m_frontendInstallConfirmation)
+        return;
+    GtkRoot* window = gtk_widget_get_root(m_root.get());
+    m_frontendInstallConfirmation = std::make_unique<FrontendInstallConfirmation>(
+        GTK_IS_WINDOW(window) ? GTK_WINDOW(window) : nullptr, m_store.frontendInstallCommandDescription(),
+        [this, lifetime = std::weak_ptr<int>(m_lifetime)](bool confirmed) {
+            // The dialog goes down with the flag; the install starts afterwards, from the main loop.
+            m_store.setShowingFrontendInstallConfirmation(false);
+            if (!confirmed)
+                return;
+            g_idle_add_once(+[](gpointer data) {
+                std::unique_ptr<std::function<void()>> install(static_cast<std::function<void()>*>(data));
+                (*install)();
+            }, new std::function<void()>([this, lifetime] {
+                if (lifetime.lock())
+                    m_store.installFrontendDependencies();
+            }));
+        });
 }
 
 }

@@ -13,6 +13,7 @@ class AppSettingsStore;
 class EditorPreviewView;
 class FetchLiveSiteSheet;
 class NewPageSheet;
+class FrontendInstallConfirmation;
 class SidebarView;
 class WorkspacePlaceholderView;
 class WorkspaceStore;
@@ -50,6 +51,8 @@ public:
     GtkSearchEntry* searchEntry() const { return m_searchEntry; }
     // True while a site is open and the detail shows the editor rather than the placeholder.
     bool isShowingWorkspace() const;
+    // The install confirmation while the store asks for it, otherwise null.
+    FrontendInstallConfirmation* frontendInstallConfirmation() const { return m_frontendInstallConfirmation.get(); }
 
     // Writes the pending text before the window closes. The first close that fails to write is
     // refused, so the error shows and the text is still in the editor; a second one goes ahead.
@@ -65,6 +68,7 @@ private:
     void showFetchLiveSiteSheet();
     void refreshGitStatus();
     void clampSidebarWidth();
+    void showFrontendInstallConfirmation();
 
     WorkspaceStore& m_store;
     GRef<GtkWidget> m_root;
@@ -84,6 +88,7 @@ private:
     std::unique_ptr<NewPageSheet> m_newPageSheet;
     GtkSearchEntry* m_searchEntry { nullptr };
     bool m_hasRefusedClose { false };
+    std::unique_ptr<FrontendInstallConfirmation> m_frontendInstallConfirmation;
     // Panels answer later; their callbacks check that this view still exists.
     std::shared_ptr<int> m_lifetime { std::make_shared<int>(0) };
     ViewConnections m_connections;

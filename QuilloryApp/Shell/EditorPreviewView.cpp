@@ -83,6 +83,8 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     m_connections.observe(brightloop.result(), [this] { updatePreview(); });
     m_connections.observe(brightloop.visibleAreaToken(), [this] { updatePreview(); });
     m_connections.observe(brightloop.previewDirective(), [this] { updatePreview(); });
+    m_connections.observe(store.frontendProject(), [this] { updatePreview(); });
+    m_connections.observe(store.frontendPreviewStore().state(), [this] { updatePreview(); });
     const PageInspectionStore& inspection = store.pageInspectionStore();
     m_connections.observe(inspection.snapshot(), [this] { updatePreview(); });
     m_connections.observe(inspection.isLoading(), [this] { updatePreview(); });
@@ -199,6 +201,20 @@ void EditorPreviewView::updatePreview()
     inputs.pageInspectionIsLoading = inspection.isLoading().get();
     inputs.pageInspectionErrorMessage = inspection.errorMessage().get();
     inputs.onRequestPageInspectionSnapshot = [this] { m_store.requestPageInspectionSnapshot(); };
+
+    if (const auto& project = m_store.frontendProject().get())
+        inputs.frontendProjectKind = project->kind;
+    inputs.frontendPreviewState = m_store.frontendPreviewStore().state().get();
+    inputs.frontendActions = {
+        [this] { m_store.startFrontendPreview(); },
+        [this] { m_store.stopFrontendPreview(); },
+        // Restart is a stop followed by a start.
+        [this] {
+            m_store.stopFrontendPreview();
+            m_store.startFrontendPreview();
+        },
+        [this] { m_store.requestFrontendDependencyInstall(); },
+    };
 
     inputs.isPageEmpty = m_previewShowsEmptyPage;
     m_previewPane->update(inputs);

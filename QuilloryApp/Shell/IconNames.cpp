@@ -57,6 +57,10 @@ constexpr std::array mappings {
     IconMapping { "plus.square.dashed", "list-add-symbolic" },
     IconMapping { "arrow.counterclockwise", "document-revert-symbolic" },
     IconMapping { "plus", "list-add-symbolic" },
+    // Frontend preview controls.
+    IconMapping { "play.fill", "media-playback-start-symbolic" },
+    IconMapping { "stop.fill", "media-playback-stop-symbolic" },
+    IconMapping { "arrow.down.circle", "folder-download-symbolic" },
     // Errors.
     IconMapping { "exclamationmark.triangle", "dialog-warning-symbolic" },
 };

@@ -10,6 +10,10 @@
 #include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
+#include <glib-unix.h>
+
+#include <csignal>
+
 namespace Quillory {
 
 QuilloryApplication::QuilloryApplication()
@@ -21,6 +25,13 @@ QuilloryApplication::QuilloryApplication()
         MainMenu::installActions(GTK_APPLICATION(self->m_application), [self] { self->showPreferences(); });
     }),
         this);
+    // Ended from outside, the application still quits through its destructors, so that the store
+    // ends a running dev server with its process group.
+    for (int signal : { SIGTERM, SIGINT, SIGHUP })
+        m_signalSources.push_back(g_unix_signal_add(signal, +[](gpointer application) -> gboolean {
+            g_application_quit(G_APPLICATION(application));
+            return G_SOURCE_CONTINUE;
+        }, m_application));
 }
 
 QuilloryApplication::~QuilloryApplication()
@@ -28,6 +39,8 @@ QuilloryApplication::~QuilloryApplication()
     g_signal_handlers_disconnect_by_data(m_application, this);
     m_windowActions.reset();
     m_settingsView.reset();
+    for (guint source : m_signalSources)
+        g_source_remove(source);
     m_contentView.reset();
     m_store.reset();
     m_scheduler.reset();

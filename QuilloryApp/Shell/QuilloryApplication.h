@@ -3,6 +3,7 @@
 #include <adwaita.h>
 
 #include <memory>
+#include <vector>
 
 namespace Quillory {
 
@@ -49,6 +50,7 @@ private:
     std::unique_ptr<WindowActions> m_windowActions;
     // Made on first use; one for the application's life.
     std::unique_ptr<SettingsView> m_settingsView;
+    std::vector<guint> m_signalSources;
 };
 
 }

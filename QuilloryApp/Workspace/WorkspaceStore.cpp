@@ -46,24 +46,29 @@ void WorkspaceStore::loadWorkspace(const std::filesystem::path& rootURL)
     cancelAutosaveTask();
     if (!autosaveCurrentPageIfNeeded())
         return;
-    // The old workspace's dev server is stopped here once the frontend runner exists.
+    stopFrontendPreview();
 
     // Nothing of the old workspace is replaced until the new one is fully scanned.
     std::optional<SiteMap> siteMap;
     std::vector<EditableDocument> documents;
+    std::optional<FrontendProject> frontendProject;
     try {
         siteMap = m_siteGraphBuilder.build(rootURL);
-        // Frontend project detection joins here; until it exists no folder counts as a project.
-        documents = EditableDocumentBuilder::build(rootURL, *siteMap, IncludeFrontendSource::no);
+        frontendProject = frontendProjectDetector().detect(rootURL);
+        documents = EditableDocumentBuilder::build(rootURL, *siteMap, frontendProject ? IncludeFrontendSource::yes : IncludeFrontendSource::no);
     } catch (const std::exception& error) {
         publishFailedWorkspace(error.what());
         return;
     }
 
-    auto selection = defaultSelectedDocumentID(*siteMap, documents, FrontendProjectPresence::absent);
+    auto selection = defaultSelectedDocumentID(*siteMap, documents, frontendProject);
     m_rootURL.set(rootURL);
     m_siteMap.set(std::move(siteMap));
-    // The frontend project and the frontend preview's configuration and log are published here.
+    m_frontendProject.set(frontendProject);
+    if (frontendProject)
+        m_frontendPreviewStore.configure(frontendProject);
+    else
+        m_frontendPreviewStore.configureUnsupported("No Vite React project detected.");
     m_editableDocuments.set(std::move(documents));
     m_errorMessage.set(std::nullopt);
     m_editSessions.clear();
@@ -87,7 +92,8 @@ void WorkspaceStore::publishFailedWorkspace(const std::string& message)
     m_errorMessage.set(message);
     m_siteMap.set(std::nullopt);
     m_editableDocuments.set({});
-    // The frontend project and the frontend preview are reset here.
+    m_frontendProject.set(std::nullopt);
+    m_frontendPreviewStore.configureUnsupported("No frontend project detected.");
     m_selectedPageID.set(std::nullopt);
     setEditorTextFromStore({});
     m_editSessions.clear();
@@ -98,10 +104,10 @@ void WorkspaceStore::publishFailedWorkspace(const std::string& message)
 }
 
 std::optional<std::string> WorkspaceStore::defaultSelectedDocumentID(const SiteMap& siteMap, const std::vector<EditableDocument>& documents,
-                                                                     FrontendProjectPresence frontendProject)
+                                                                     const std::optional<FrontendProject>& frontendProject)
 {
     // A frontend project opens on its application source, not on its index.html.
-    if (frontendProject == FrontendProjectPresence::present) {
+    if (frontendProject) {
         for (const char* candidate : { "src/App.jsx", "src/App.tsx", "src/main.jsx", "src/main.tsx" }) {
             auto found = std::find_if(documents.begin(), documents.end(), [&](const auto& document) { return document.relativePath == candidate; });
             if (found != documents.end())
@@ -214,8 +220,13 @@ PreviewTarget WorkspaceStore::previewTarget() const
     std::optional<PreviewTarget::StaticPage> page;
     if (auto selected = selectedPage())
         page = PreviewTarget::StaticPage { selected->id, SitePreviewURL::url(*selected) };
-    // The frontend dev server joins here when frontend projects are detected and run.
-    return PreviewTarget::choose(std::nullopt, std::nullopt, page);
+    std::optional<std::string> runningURL;
+    if (auto* url = m_frontendPreviewStore.state()->runningURL())
+        runningURL = *url;
+    std::optional<FrontendProjectKind> projectKind;
+    if (m_frontendProject.get())
+        projectKind = m_frontendProject.get()->kind;
+    return PreviewTarget::choose(runningURL, projectKind, page);
 }
 
 std::optional<SitePage> WorkspaceStore::selectedPage() const

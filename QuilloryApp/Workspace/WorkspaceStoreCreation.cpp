@@ -114,7 +114,7 @@ bool WorkspaceStore::createPage(const std::string& relativePath, bool addToGitTr
     // From here on the page exists; a failed rebuild leaves it for the next scan to find.
     try {
         auto siteMap = m_siteGraphBuilder.build(rootURL);
-        auto documents = EditableDocumentBuilder::build(rootURL, siteMap, IncludeFrontendSource::no);
+        auto documents = EditableDocumentBuilder::build(rootURL, siteMap, m_frontendProject.get() ? IncludeFrontendSource::yes : IncludeFrontendSource::no);
         m_siteMap.set(std::move(siteMap));
         m_editableDocuments.set(std::move(documents));
     } catch (const std::exception& buildError) {

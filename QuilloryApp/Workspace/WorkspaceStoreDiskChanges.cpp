@@ -107,10 +107,11 @@ void WorkspaceStore::rebuildSiteInBackground()
     auto generation = ++m_siteRebuildGeneration;
     using Rebuilt = std::optional<std::pair<SiteMap, std::vector<EditableDocument>>>;
     // The scan reads every page; it runs on the worker over the root alone.
-    auto scan = [root = siteMap->rootURL]() -> Rebuilt {
+    auto includeSource = m_frontendProject.get() ? IncludeFrontendSource::yes : IncludeFrontendSource::no;
+    auto scan = [root = siteMap->rootURL, includeSource]() -> Rebuilt {
         try {
             auto rebuilt = SiteGraphBuilder().build(root);
-            auto documents = EditableDocumentBuilder::build(root, rebuilt, IncludeFrontendSource::no);
+            auto documents = EditableDocumentBuilder::build(root, rebuilt, includeSource);
             return std::make_pair(std::move(rebuilt), std::move(documents));
         } catch (const std::exception&) {
             // A page caught half written, or one that isn't UTF-8: the site stays as shown
@@ -157,7 +158,7 @@ void WorkspaceStore::applyRebuiltSite(SiteMap siteMap, std::vector<EditableDocum
         m_diskConflict.setIfChanged(std::nullopt);
         m_brightloopStore.reset();
         m_pageInspectionStore.clear();
-        m_selectedPageID.set(defaultSelectedDocumentID(*m_siteMap.get(), m_editableDocuments.get(), FrontendProjectPresence::absent));
+        m_selectedPageID.set(defaultSelectedDocumentID(*m_siteMap.get(), m_editableDocuments.get(), m_frontendProject.get()));
         loadSelectedPage();
         return;
     }

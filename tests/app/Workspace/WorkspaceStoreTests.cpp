@@ -137,9 +137,9 @@ TEST(WorkspaceStore, ViteProjectWithAppTsxAndIndexPageSelectsAppTsx)
     auto siteMap = SiteGraphBuilder().build(project.path());
     auto documents = EditableDocumentBuilder::build(project.path(), siteMap, IncludeFrontendSource::yes);
 
-    EXPECT_EQ(WorkspaceStore::defaultSelectedDocumentID(siteMap, documents, FrontendProjectPresence::present), "src/App.tsx");
+    EXPECT_EQ(WorkspaceStore::defaultSelectedDocumentID(siteMap, documents, FrontendProject { FrontendProjectKind::viteReact, project.path(), "vite", true, {} }), "src/App.tsx");
     // The same folder taken as a static site opens on its page.
-    EXPECT_EQ(WorkspaceStore::defaultSelectedDocumentID(siteMap, documents, FrontendProjectPresence::absent), "index.html");
+    EXPECT_EQ(WorkspaceStore::defaultSelectedDocumentID(siteMap, documents, std::nullopt), "index.html");
 }
 
 TEST(WorkspaceStore, StaticSiteWithIndexPageSelectsIndexPage)
