@@ -6,6 +6,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "QuilloryCore/SiteModel/SiteGraphBuilder.h"
 #include "support/GeneratedSite.h"
+#include "support/ThreadCPUTime.h"
 
 #include <benchmark/benchmark.h>
 #include <gtk/gtk.h>
@@ -42,16 +43,22 @@ void WorkspaceLoad10000PagesToSidebarModel(benchmark::State& state)
 
         double loadMilliseconds = 0;
         double buildMilliseconds = 0;
+        double loadCPUMilliseconds = 0;
+        double buildCPUMilliseconds = 0;
         guint rows = 0;
         for (auto _ : state) {
             auto buildStart = std::chrono::steady_clock::now();
+            auto buildCPUStart = QuilloryBench::threadCPUMilliseconds();
             auto map = SiteGraphBuilder().build(site.root());
             benchmark::DoNotOptimize(map);
+            buildCPUMilliseconds += QuilloryBench::threadCPUMilliseconds() - buildCPUStart;
             buildMilliseconds += millisecondsSince(buildStart);
 
             auto loadStart = std::chrono::steady_clock::now();
+            auto loadCPUStart = QuilloryBench::threadCPUMilliseconds();
             store.loadWorkspace(site.root());
             rows = g_list_model_get_n_items(G_LIST_MODEL(sidebar.selection()));
+            loadCPUMilliseconds += QuilloryBench::threadCPUMilliseconds() - loadCPUStart;
             loadMilliseconds += millisecondsSince(loadStart);
             if (rows == 0 || !sidebar.highlightedDocumentID())
                 state.SkipWithError("the sidebar shows no rows or no selected page");
@@ -60,6 +67,9 @@ void WorkspaceLoad10000PagesToSidebarModel(benchmark::State& state)
         state.counters["loadWorkspaceMs"] = loadMilliseconds / iterations;
         state.counters["siteGraphBuildMs"] = buildMilliseconds / iterations;
         state.counters["loadToBuild"] = loadMilliseconds / buildMilliseconds;
+        state.counters["loadWorkspaceCPUMs"] = loadCPUMilliseconds / iterations;
+        state.counters["siteGraphBuildCPUMs"] = buildCPUMilliseconds / iterations;
+        state.counters["loadToBuildCPU"] = loadCPUMilliseconds / buildCPUMilliseconds;
         state.counters["sidebarRows"] = rows;
     }
     std::filesystem::remove_all(preferencesFolder);

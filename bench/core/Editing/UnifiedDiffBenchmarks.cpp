@@ -1,5 +1,6 @@
 #include "QuilloryCore/Editing/UnifiedDiff.h"
 #include "QuilloryCore/Text/UnicodeText.h"
+#include "support/ThreadCPUTime.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -76,11 +77,12 @@ double peakGrowthMiB(const std::u16string& oldText, const std::u16string& newTex
 
 struct DiffRun {
     double milliseconds { 0 };
+    double cpuMilliseconds { 0 };
     double peakMiB { 0 };
 };
 
 // Spawns the system's diff in its own process group, output to /dev/null, and returns its wall
-// time (spawn to exit) and its peak resident size.
+// time (spawn to exit), its CPU time and its peak resident size.
 DiffRun runSystemDiff(const std::vector<std::string>& arguments)
 {
     std::vector<char*> argv;
@@ -103,6 +105,8 @@ DiffRun runSystemDiff(const std::vector<std::string>& arguments)
         wait4(child, &status, 0, &usage);
         run.milliseconds = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
         run.peakMiB = static_cast<double>(usage.ru_maxrss) / 1024.0;
+        auto milliseconds = [](const timeval& time) { return static_cast<double>(time.tv_sec) * 1000.0 + static_cast<double>(time.tv_usec) / 1000.0; };
+        run.cpuMilliseconds = milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
     }
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
@@ -186,21 +190,30 @@ void compareWithSystemDiff(benchmark::State& state, const std::pair<std::string,
     arguments.push_back(files.newPath());
 
     double ownMilliseconds = 0;
+    double ownCPUMilliseconds = 0;
     double systemMilliseconds = 0;
+    double systemCPUMilliseconds = 0;
     double systemPeakMiB = 0;
     for (auto _ : state) {
         auto start = std::chrono::steady_clock::now();
+        auto cpuStart = QuilloryBench::threadCPUMilliseconds();
         auto diff = UnifiedDiff::make(opened, current, "index.html", "opened", "current");
         benchmark::DoNotOptimize(diff);
+        ownCPUMilliseconds += QuilloryBench::threadCPUMilliseconds() - cpuStart;
         ownMilliseconds += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
         auto system = runSystemDiff(arguments);
         systemMilliseconds += system.milliseconds;
+        systemCPUMilliseconds += system.cpuMilliseconds;
         systemPeakMiB = std::max(systemPeakMiB, system.peakMiB);
     }
     auto iterations = static_cast<double>(state.iterations());
     state.counters["quilloryMs"] = ownMilliseconds / iterations;
     state.counters["systemDiffMs"] = systemMilliseconds / iterations;
     state.counters["quilloryToSystem"] = ownMilliseconds / systemMilliseconds;
+    // The system diff's CPU time leaves out the spawn, which its wall time includes.
+    state.counters["quilloryCPUMs"] = ownCPUMilliseconds / iterations;
+    state.counters["systemDiffCPUMs"] = systemCPUMilliseconds / iterations;
+    state.counters["quilloryToSystemCPU"] = ownCPUMilliseconds / systemCPUMilliseconds;
     state.counters["quilloryPeakGrowthMiB"] = peakGrowthMiB(opened, current);
     state.counters["systemDiffPeakMiB"] = systemPeakMiB;
 }
