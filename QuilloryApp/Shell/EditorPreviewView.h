@@ -35,6 +35,7 @@ public:
     WorkspacePlaceholderView& placeholder() const { return *m_placeholder; }
     PreviewPane& previewPane() const { return *m_previewPane; }
     GtkLabel* editStateLabel() const { return m_editStateLabel; }
+    GtkLabel* caretStatusLabel() const { return m_caretStatusLabel; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
 
@@ -42,6 +43,7 @@ private:
     GtkWidget* makeEditorPane();
     void showSelection();
     void showEditState();
+    void showCaretStatus();
     void updatePreview();
     // Selects a candidate's source range in the editor; a candidate without one does nothing.
     void selectCandidate(const BrightloopCandidate&);
@@ -56,6 +58,7 @@ private:
     bool m_previewShowsEmptyPage { false };
     GtkWidget* m_documentContent { nullptr };
     GtkLabel* m_editStateLabel { nullptr };
+    GtkLabel* m_caretStatusLabel { nullptr };
     ViewConnections m_connections;
 };
 
