@@ -44,10 +44,10 @@ void SourceEditorTypingMainLoopGap(benchmark::State& state)
     for (auto _ : state) {
         probe = {};
         guint probeID = g_timeout_add_full(G_PRIORITY_HIGH, 1, +[](gpointer data) -> gboolean {
-            auto* probe = static_cast<Probe*>(data);
+            auto* running = static_cast<Probe*>(data);
             auto now = Clock::now();
-            probe->longest = std::max(probe->longest, now - probe->last);
-            probe->last = now;
+            running->longest = std::max(running->longest, now - running->last);
+            running->last = now;
             return G_SOURCE_CONTINUE;
         }, &probe, nullptr);
         int analysesBefore = editor.appliedAnalysisCount();
