@@ -1,5 +1,7 @@
 #include "QuilloryApp/Editor/SourceEditorView.h"
 
+#include "QuilloryApp/Editor/SourceEditorColors.h"
+#include "QuilloryApp/Editor/SourceEditorFindActivator.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 
 #include <adwaita.h>
@@ -78,7 +80,8 @@ std::size_t startOfNextLine(std::u16string_view text, std::size_t offset)
 SourceEditorView::SourceEditorView(const ObservableProperty<std::u16string>& text, std::function<void(std::u16string)> onUserEdit)
     : m_text(text)
     , m_onUserEdit(std::move(onUserEdit))
-    , m_scrolledWindow(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_scrolled_window_new()))))
+    , m_root(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)))))
+    , m_scrolledWindow(gtk_scrolled_window_new())
     , m_buffer(GRef<GtkSourceBuffer>::adopt(gtk_source_buffer_new(nullptr)))
 {
     // Colouring comes from Quillory's own analysis, never from a GtkSourceView language.
@@ -93,24 +96,43 @@ SourceEditorView::SourceEditorView(const ObservableProperty<std::u16string>& tex
     gtk_text_view_set_bottom_margin(textView, 8);
     gtk_source_view_set_show_line_numbers(m_sourceView, TRUE);
     gtk_source_view_set_tab_width(m_sourceView, 4);
+    // Long lines wrap; the line numbers still count each line of the text once.
+    gtk_text_view_set_wrap_mode(textView, GTK_WRAP_WORD_CHAR);
+    // Enter keeps the current line's indentation.
+    gtk_source_view_set_auto_indent(m_sourceView, TRUE);
     gtk_widget_set_hexpand(GTK_WIDGET(m_sourceView), TRUE);
     gtk_widget_set_vexpand(GTK_WIDGET(m_sourceView), TRUE);
 
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scrolledWindow.get()), GTK_WIDGET(m_sourceView));
-    gtk_widget_set_hexpand(m_scrolledWindow.get(), TRUE);
-    gtk_widget_set_vexpand(m_scrolledWindow.get(), TRUE);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scrolledWindow), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scrolledWindow), GTK_WIDGET(m_sourceView));
+    gtk_widget_set_hexpand(m_scrolledWindow, TRUE);
+    gtk_widget_set_vexpand(m_scrolledWindow, TRUE);
+    gtk_widget_add_css_class(m_root.get(), "quillory-source-editor");
+    gtk_box_append(GTK_BOX(m_root.get()), makeFindBar());
+    gtk_box_append(GTK_BOX(m_root.get()), m_scrolledWindow);
 
     applyStyleScheme();
+    // Typing first: an edit it stops must never reach the tag bookkeeping.
+    setUpTyping();
+    setUpSyntax();
     showBoundText();
+    SourceEditorFindActivator::setActiveEditor(this);
 
     m_connections.observe(m_text, [this] { showBoundText(); });
     m_connections.connectSwapped(m_buffer.get(), "changed", G_CALLBACK(+[](SourceEditorView* self) { self->bufferDidChange(); }), this);
+    m_connections.connectSwapped(m_buffer.get(), "notify::cursor-position", G_CALLBACK(+[](SourceEditorView* self) { self->updateStatus(); }), this);
     m_connections.connectSwapped(adw_style_manager_get_default(), "notify::dark", G_CALLBACK(+[](SourceEditorView* self) { self->applyStyleScheme(); }), this);
 }
 
 SourceEditorView::~SourceEditorView()
 {
+    SourceEditorFindActivator::editorWillGoAway(this);
     cancelPendingCaretScroll();
+    tearDownSyntax();
+    if (m_largeEditDialog)
+        gtk_window_destroy(GTK_WINDOW(m_largeEditDialog));
+    if (m_flashTimerID)
+        g_source_remove(m_flashTimerID);
     m_connections.disconnectAll();
 }
 
@@ -131,6 +153,9 @@ void SourceEditorView::setDocumentID(std::optional<std::string> documentID)
     if (documentID == m_documentID)
         return;
     m_documentID = std::move(documentID);
+    // Folds belong to the document they were made in.
+    m_foldedRegionIDs.clear();
+    applyFoldVisibility();
     // A request still pending for the previous document is thereby never carried out.
     m_lastHandledCommandID.reset();
     GtkTextIter start;
@@ -144,6 +169,8 @@ void SourceEditorView::setDocumentID(std::optional<std::string> documentID)
         if (adjustment)
             gtk_adjustment_set_value(adjustment, gtk_adjustment_get_lower(adjustment));
     }
+    refreshSyntaxAndFolds(true);
+    updateStatus();
 }
 
 void SourceEditorView::requestCommand(const SourceEditorCommandRequest& request)
@@ -215,6 +242,7 @@ void SourceEditorView::selectCharacters(int start, int end)
 void SourceEditorView::scrollCaretIntoView()
 {
     cancelPendingCaretScroll();
+    m_caretScrollAttempts = 0;
     // gtk_text_view_scroll_to_mark() computes its target from the layout as it stands, and both a
     // view without its size and a text just replaced have lines not yet measured: it then lands
     // elsewhere. So it waits until the view is shown, then for an idle whose priority is below
@@ -246,8 +274,32 @@ void SourceEditorView::scheduleCaretScrollAfterLayout()
                 self->scrollCaretIntoView();
                 return G_SOURCE_REMOVE;
             }
+            GtkTextView* view = GTK_TEXT_VIEW(self->m_sourceView);
             GtkTextBuffer* buffer = GTK_TEXT_BUFFER(self->m_buffer.get());
-            gtk_text_view_scroll_to_mark(GTK_TEXT_VIEW(self->m_sourceView), gtk_text_buffer_get_insert(buffer), 0, FALSE, 0, 0);
+            GtkTextIter caret;
+            gtk_text_buffer_get_iter_at_mark(buffer, &caret, gtk_text_buffer_get_insert(buffer));
+            GdkRectangle visible;
+            GdkRectangle location;
+            gtk_text_view_get_visible_rect(view, &visible);
+            gtk_text_view_get_iter_location(view, &caret, &location);
+            // A margin of a few lines keeps the target off the view's edge.
+            int margin = std::min(visible.height / 4, std::max(location.height, 16) * 3);
+            bool isInsideMargin = location.y >= visible.y + margin && location.y + location.height <= visible.y + visible.height - margin;
+            if (isInsideMargin || self->m_caretScrollAttempts >= 3)
+                return G_SOURCE_REMOVE;
+            ++self->m_caretScrollAttempts;
+            bool isFar = location.y + location.height < visible.y - visible.height || location.y > visible.y + 2 * visible.height;
+            auto* adjustment = gtk_scrollable_get_vadjustment(GTK_SCROLLABLE(view));
+            double target;
+            if (isFar)
+                target = location.y + location.height / 2.0 - visible.height / 2.0;
+            else if (location.y < visible.y + margin)
+                target = location.y - margin;
+            else
+                target = location.y + location.height + margin - visible.height;
+            gtk_adjustment_set_value(adjustment, target);
+            // Lines measured only now may move the target: look again once the layout has settled.
+            self->scheduleCaretScrollAfterLayout();
             return G_SOURCE_REMOVE;
         },
         this, nullptr);
@@ -286,15 +338,32 @@ void SourceEditorView::showBoundText()
 
     m_isShowingUneditableText = hasNul;
     gtk_text_view_set_editable(GTK_TEXT_VIEW(m_sourceView), !hasNul);
+    m_currentText = std::move(shown);
+    // A text set from outside is analysed at once, keeping the folds whose ids survive.
+    refreshSyntaxAndFolds(false);
+    updateStatus();
 }
 
 void SourceEditorView::bufferDidChange()
 {
     if (m_isSynchronizing)
         return;
+    m_currentText = bufferText();
+    m_lineIndex = SourceLineIndex::build(m_currentText);
+    scheduleSyntaxAndFoldRefresh();
+    updateStatus();
     m_isSynchronizing = true;
-    m_onUserEdit(bufferText());
+    m_onUserEdit(m_currentText);
     m_isSynchronizing = false;
+}
+
+void SourceEditorView::updateStatus()
+{
+    GtkTextIter caret;
+    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(m_buffer.get());
+    gtk_text_buffer_get_iter_at_mark(buffer, &caret, gtk_text_buffer_get_insert(buffer));
+    auto offset = utf16Offset(m_currentText, gtk_text_iter_get_offset(&caret));
+    m_status.setIfChanged(SourceEditorStatus::at(m_lineIndex, offset));
 }
 
 void SourceEditorView::applyStyleScheme()

@@ -3,21 +3,35 @@
 #include "QuilloryApp/Support/GRef.h"
 #include "QuilloryApp/Support/ObservableProperty.h"
 #include "QuilloryApp/Support/ViewConnections.h"
+#include "QuilloryCore/Analysis/HTMLSyntaxSpan.h"
 #include "QuilloryCore/Editing/SourceEditorCommandRequest.h"
+#include "QuilloryCore/Editing/SourceLineIndex.h"
 #include "QuilloryCore/Text/UUID.h"
 #include "QuilloryCore/Text/Utf16Range.h"
 
 #include <gtksourceview/gtksource.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace Quillory {
 
+struct SourceSyntaxSnapshot;
+
+// The find actions, numbered as the menu commands name them.
+enum class FindAction { showFindInterface = 1, nextMatch = 2, previousMatch = 3, setSearchString = 7, showReplaceInterface = 12 };
+
 // The source editor: a GtkSourceView on a buffer without a GtkSourceView language, in a monospace
-// font, two-way bound to a text. Changes the user makes go to `onUserEdit`; changes of the bound
+// font, two-way bound to a text. It colours the text with tags from a debounced analysis on a
+// worker thread, folds HTML elements from a gutter marker, reports the caret's line and column,
+// asks before an edit that replaces most of a long page, and has a find bar. Changes the user makes go to `onUserEdit`; changes of the bound
 // text made elsewhere replace the buffer without calling it back. The buffer holds UTF-8 and the
 // bound text UTF-16; every character, astral ones included, crosses unchanged.
 class SourceEditorView {
@@ -27,8 +41,9 @@ public:
     SourceEditorView(const SourceEditorView&) = delete;
     SourceEditorView& operator=(const SourceEditorView&) = delete;
 
-    // The scrolled window that holds the editor.
-    GtkWidget* widget() const { return m_scrolledWindow.get(); }
+    // The find bar above the scrolled window that holds the editor.
+    GtkWidget* widget() const { return m_root.get(); }
+    GtkScrolledWindow* scrolledWindow() const { return GTK_SCROLLED_WINDOW(m_scrolledWindow); }
     GtkSourceView* sourceView() const { return m_sourceView; }
     GtkSourceBuffer* buffer() const { return m_buffer.get(); }
 
@@ -51,6 +66,39 @@ public:
     // The buffer's selection in UTF-16 code units of bufferText().
     Utf16Range selectedUTF16Range() const;
 
+    // The caret's line and column (UTF-16 units), 1-based.
+    const ObservableProperty<SourceEditorStatus>& status() const { return m_status; }
+    // "Confirm large editor changes": when off, no edit ever asks.
+    void setConfirmLargeEdits(bool confirm) { m_confirmLargeEdits = confirm; }
+    // The dialog a large edit waits on, or null.
+    GtkWidget* pendingLargeEditDialog() const { return m_largeEditDialog; }
+
+    // Syntax and folds, as last applied.
+    const std::vector<HTMLFoldRegion>& foldRegions() const { return m_foldRegions; }
+    const std::set<std::string>& foldedRegionIDs() const { return m_foldedRegionIDs; }
+    void toggleFold(const std::string& regionID);
+    // Applies an analysis: colours, fold regions and the folds whose ids survive. A snapshot of
+    // another text than the buffer's is stale and dropped.
+    void applySyntaxSnapshot(const SourceSyntaxSnapshot&, bool resetFoldState);
+    // The region whose marker a line (1-based) shows: of the regions that start there, the outermost.
+    const HTMLFoldRegion* foldRegionStartingOnLine(int line) const;
+    // The kind coloured at a buffer character, or nothing.
+    std::optional<HTMLSyntaxKind> kindAtCharacter(int characterOffset) const;
+    bool isCharacterHidden(int characterOffset) const;
+    // How many analyses were applied; each is one run of the analyzer.
+    int appliedAnalysisCount() const { return m_appliedAnalysisCount; }
+    GtkSourceGutterRenderer* foldMarkerRenderer() const { return m_foldMarkerRenderer; }
+
+    // Find.
+    void performFindAction(FindAction);
+    // Scrolls the selection to the middle of the view.
+    void centerSelectionInVisibleArea();
+    void flashFindBar();
+    GtkSearchBar* findBar() const { return m_findBar; }
+    GtkEditable* findEntry() const { return GTK_EDITABLE(m_findEntry); }
+    GtkEditable* replaceEntry() const { return GTK_EDITABLE(m_replaceEntry); }
+    bool isReplaceRowShown() const;
+
 private:
     void perform(const SourceEditorCommand&);
     void jumpToLine(std::int64_t line);
@@ -64,10 +112,38 @@ private:
     void showBoundText();
     void bufferDidChange();
     void applyStyleScheme();
+    void updateStatus();
+
+    // Syntax (SourceEditorViewSyntax.cpp).
+    void setUpSyntax();
+    void tearDownSyntax();
+    void refreshSyntaxAndFolds(bool resetFoldState);
+    void scheduleSyntaxAndFoldRefresh();
+    void startBackgroundAnalysis();
+    void applyKinds(const std::vector<std::uint8_t>& characterKinds);
+    void applyFoldVisibility();
+    void noteInsertion(int characterOffset, int characterCount);
+    void noteDeletion(int startCharacter, int endCharacter);
+
+    // Typing (SourceEditorViewTyping.cpp): the document's line ending on Enter and the guard.
+    void setUpTyping();
+    bool insertTextWillHappen(GtkTextIter* location, const char* text, int length);
+    bool deleteRangeWillHappen(GtkTextIter* start, GtkTextIter* end);
+    void userActionDidEnd();
+    void showLargeEditDialog();
+    void applyConfirmedEdit(int startCharacter, int endCharacter, const std::string& replacement);
+    std::u16string documentLineEnding() const;
+
+    // Find (SourceEditorViewFind.cpp).
+    GtkWidget* makeFindBar();
+    void findFrom(bool forward);
+    void replaceCurrentMatch();
+    void replaceAllMatches();
 
     const ObservableProperty<std::u16string>& m_text;
     std::function<void(std::u16string)> m_onUserEdit;
-    GRef<GtkWidget> m_scrolledWindow;
+    GRef<GtkWidget> m_root;
+    GtkWidget* m_scrolledWindow { nullptr };
     GRef<GtkSourceBuffer> m_buffer;
     GtkSourceView* m_sourceView { nullptr };
     // Raised while this view writes the buffer or the bound text, so that neither side's change
@@ -80,6 +156,50 @@ private:
     // to the caret; 0 when none waits.
     guint m_pendingCaretScrollTickID { 0 };
     guint m_pendingCaretScrollIdleID { 0 };
+    int m_caretScrollAttempts { 0 };
+
+    // The buffer's text as UTF-16, kept in step with every change.
+    std::u16string m_currentText;
+    SourceLineIndex m_lineIndex;
+    ObservableProperty<SourceEditorStatus> m_status;
+
+    // Syntax state. The applied kinds mirror the tags in the buffer, one entry per character.
+    std::array<GtkTextTag*, htmlSyntaxKindCount> m_kindTags {};
+    GtkTextTag* m_foldTag { nullptr };
+    std::vector<std::uint8_t> m_appliedKinds;
+    std::vector<HTMLFoldRegion> m_foldRegions;
+    std::map<int, std::size_t> m_foldRegionsByStartLine;
+    std::set<std::string> m_foldedRegionIDs;
+    bool m_hasHiddenTextApplied { false };
+    guint m_syntaxRefreshTimerID { 0 };
+    // Raised by every new request, so a background result that is not the latest is dropped.
+    std::uint64_t m_syntaxGeneration { 0 };
+    std::shared_ptr<SourceEditorView*> m_lifetime;
+    int m_appliedAnalysisCount { 0 };
+    GtkSourceGutterRenderer* m_foldMarkerRenderer { nullptr };
+
+    // Typing state.
+    bool m_confirmLargeEdits { true };
+    int m_userActionDepth { 0 };
+    bool m_bypassGuard { false };
+    bool m_isRewritingLineBreak { false };
+    struct PendingLargeEdit {
+        int startCharacter { 0 };
+        int endCharacter { 0 };
+        std::string replacement;
+    };
+    std::optional<PendingLargeEdit> m_pendingLargeEdit;
+    GtkWidget* m_largeEditDialog { nullptr };
+
+    // Find state.
+    GtkSearchBar* m_findBar { nullptr };
+    GtkWidget* m_findEntry { nullptr };
+    GtkWidget* m_replaceEntry { nullptr };
+    GtkWidget* m_replaceRow { nullptr };
+    GRef<GtkSourceSearchSettings> m_searchSettings;
+    GRef<GtkSourceSearchContext> m_searchContext;
+    guint m_flashTimerID { 0 };
+
     ViewConnections m_connections;
 };
 

@@ -3,12 +3,14 @@
 #include "QuilloryApp/LiveFetch/FetchLiveSiteSheet.h"
 #include "QuilloryApp/Creation/NewPageSheet.h"
 #include "QuilloryApp/Frontend/FrontendInstallConfirmation.h"
+#include "QuilloryApp/Editor/SourceEditorView.h"
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Shell/SidebarView.h"
 #include "QuilloryApp/Shell/WorkspacePanels.h"
 #include "QuilloryApp/Shell/WorkspacePlaceholderView.h"
+#include "QuilloryApp/Workspace/AppSettingsStore.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 
 #include <algorithm>
@@ -38,6 +40,11 @@ ContentView::ContentView(WorkspaceStore& store, AppSettingsStore& settings)
     , m_editorPreview(std::make_unique<EditorPreviewView>(store))
 {
     GtkWidget* root = m_root.get();
+    // "Confirm large editor changes" decides whether the editor asks before a large replacement.
+    m_editorPreview->sourceEditor().setConfirmLargeEdits(settings.confirmLargeEdits().get());
+    m_connections.observe(settings.confirmLargeEdits(), [this, &settings] {
+        m_editorPreview->sourceEditor().setConfirmLargeEdits(settings.confirmLargeEdits().get());
+    });
 
     GtkWidget* headerBar = adw_header_bar_new();
     m_windowTitle = adw_window_title_new("Quillory", nullptr);

@@ -123,8 +123,20 @@ GtkWidget* EditorPreviewView::makeEditorPane()
     gtk_widget_set_margin_end(GTK_WIDGET(m_editStateLabel), 12);
     gtk_widget_set_margin_top(GTK_WIDGET(m_editStateLabel), 6);
     gtk_widget_set_margin_bottom(GTK_WIDGET(m_editStateLabel), 6);
+    gtk_widget_set_hexpand(GTK_WIDGET(m_editStateLabel), TRUE);
+    // The caret's place, "Ln 12, Col 7", at the line's other end.
+    m_caretStatusLabel = GTK_LABEL(gtk_label_new(nullptr));
+    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "caption");
+    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "dim-label");
+    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "numeric");
+    gtk_widget_set_margin_end(GTK_WIDGET(m_caretStatusLabel), 12);
+    GtkWidget* statusLine = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_box_append(GTK_BOX(statusLine), GTK_WIDGET(m_editStateLabel));
+    gtk_box_append(GTK_BOX(statusLine), GTK_WIDGET(m_caretStatusLabel));
     gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
-    gtk_box_append(GTK_BOX(pane), GTK_WIDGET(m_editStateLabel));
+    gtk_box_append(GTK_BOX(pane), statusLine);
+    showCaretStatus();
+    m_connections.observe(m_sourceEditor->status(), [this] { showCaretStatus(); });
     return pane;
 }
 
@@ -234,6 +246,12 @@ void EditorPreviewView::selectCandidate(const BrightloopCandidate& candidate)
         document->relativePath,
         SourceEditorCommand::selectUTF16Range(static_cast<std::int64_t>(range.utf16Start), static_cast<std::int64_t>(range.utf16Length)),
     });
+}
+
+void EditorPreviewView::showCaretStatus()
+{
+    char text[48];
+    gtk_label_set_text(m_caretStatusLabel, std::string(m_sourceEditor->status().get().format(text, sizeof text)).c_str());
 }
 
 void EditorPreviewView::showEditState()

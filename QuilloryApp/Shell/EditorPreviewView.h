@@ -43,6 +43,7 @@ public:
     GtkButton* reloadFromDiskButton() const { return m_reloadFromDiskButton; }
     GtkButton* keepMyVersionButton() const { return m_keepMyVersionButton; }
     FormatDocumentButton& formatDocumentButton() const { return *m_formatDocumentButton; }
+    GtkLabel* caretStatusLabel() const { return m_caretStatusLabel; }
     // True while a document is selected and the editor, not the placeholder, is shown.
     bool isShowingDocument() const;
 
@@ -52,6 +53,7 @@ private:
     void showDiskConflict();
     void showSelection();
     void showEditState();
+    void showCaretStatus();
     void updatePreview();
     // Selects a candidate's source range in the editor; a candidate without one does nothing.
     void selectCandidate(const BrightloopCandidate&);
@@ -71,6 +73,7 @@ private:
     GtkLabel* m_diskChangeLabel { nullptr };
     GtkButton* m_reloadFromDiskButton { nullptr };
     GtkButton* m_keepMyVersionButton { nullptr };
+    GtkLabel* m_caretStatusLabel { nullptr };
     ViewConnections m_connections;
 };
 

@@ -1,5 +1,7 @@
 #include "QuilloryApp/Shell/MainMenu.h"
 
+#include "QuilloryApp/Editor/FindCommands.h"
+
 #include <memory>
 
 namespace Quillory::MainMenu {
@@ -7,6 +9,8 @@ namespace Quillory::MainMenu {
 GRef<GMenu> make()
 {
     auto menu = GRef<GMenu>::adopt(g_menu_new());
+    auto find = GRef<GMenuModel>::adopt(FindCommands::menuSection());
+    g_menu_append_section(menu.get(), nullptr, find.get());
     g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(preferencesSection().get()));
     g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(helpSection().get()));
     return menu;

@@ -1,5 +1,6 @@
 #include "QuilloryApp/Shell/QuilloryApplication.h"
 
+#include "QuilloryApp/Editor/FindCommands.h"
 #include "QuilloryApp/Workspace/AppSettingsStore.h"
 #include "QuilloryApp/Settings/SettingsView.h"
 #include "QuilloryApp/Shell/ContentView.h"
@@ -84,6 +85,7 @@ void QuilloryApplication::activate()
     GtkWidget* window = makeMainWindow(GTK_APPLICATION(m_application));
     adw_application_window_set_content(ADW_APPLICATION_WINDOW(window), m_contentView->widget());
     m_windowActions = std::make_unique<WindowActions>(GTK_APPLICATION(m_application), GTK_WINDOW(window), *m_contentView, *m_store);
+    FindCommands::install(GTK_WINDOW(window));
     g_signal_connect_swapped(window, "close-request", G_CALLBACK(+[](QuilloryApplication* self) -> gboolean {
         // TRUE keeps the window open.
         return !self->windowShouldClose();

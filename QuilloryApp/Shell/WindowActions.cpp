@@ -1,5 +1,6 @@
 #include "QuilloryApp/Shell/WindowActions.h"
 
+#include "QuilloryApp/Editor/FindCommands.h"
 #include "QuilloryApp/Shell/ContentView.h"
 #include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Support/GRef.h"
@@ -39,9 +40,8 @@ GSimpleAction* addAction(GActionMap* map, const char* detailedName, GCallback ca
     return action;
 }
 
-}
-
-const std::vector<WindowShortcut>& WindowActions::shortcuts()
+// The commands whose actions and accelerators this class installs.
+const std::vector<WindowShortcut>& ownShortcuts()
 {
     static const std::vector<WindowShortcut> list {
         { "win.open-site", { "<Control>o" }, "Open Site", "Site" },
@@ -51,6 +51,20 @@ const std::vector<WindowShortcut>& WindowActions::shortcuts()
         { "win.show-shortcuts", { "<Control>question" }, "Keyboard Shortcuts", "General" },
         { "app.quit", { "<Control>q" }, "Quit", "General" },
     };
+    return list;
+}
+
+}
+
+const std::vector<WindowShortcut>& WindowActions::shortcuts()
+{
+    // The editor's find commands bring their own accelerators; they are listed here all the same.
+    static const std::vector<WindowShortcut> list = [] {
+        auto all = ownShortcuts();
+        for (auto& command : FindCommands::commands())
+            all.push_back({ std::string("win.") + command.actionName, { command.accelerator }, command.title, "Find" });
+        return all;
+    }();
     return list;
 }
 
@@ -71,7 +85,7 @@ WindowActions::WindowActions(GtkApplication* application, GtkWindow* window, Con
     // Quitting closes the window, so the close request writes the pending text first and may refuse.
     addAction(G_ACTION_MAP(application), "app.quit", G_CALLBACK(+[](WindowActions* self) { gtk_window_close(self->m_window.get()); }), this);
 
-    for (auto& shortcut : shortcuts()) {
+    for (auto& shortcut : ownShortcuts()) {
         std::vector<const char*> accelerators;
         for (auto& accelerator : shortcut.accelerators)
             accelerators.push_back(accelerator.c_str());

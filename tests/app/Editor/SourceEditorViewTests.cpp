@@ -1,5 +1,6 @@
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Editor/SourceEditorView.h"
+#include "app/support/EditorTestSupport.h"
 #include "app/support/ViewTestSupport.h"
 #include "support/TemporaryDirectory.h"
 
@@ -13,15 +14,6 @@ using namespace Quillory;
 using namespace QuilloryTest;
 
 namespace {
-
-// What a keystroke does: an interactive insertion at the cursor, inside a user action.
-void typeAtCursor(SourceEditorView& editor, const char* utf8)
-{
-    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(editor.buffer());
-    gtk_text_buffer_begin_user_action(buffer);
-    gtk_text_buffer_insert_interactive_at_cursor(buffer, utf8, -1, TRUE);
-    gtk_text_buffer_end_user_action(buffer);
-}
 
 void moveCursorToEnd(SourceEditorView& editor)
 {
@@ -237,20 +229,6 @@ struct CommandEditor {
     SourceEditorView editor { text, [](std::u16string) { } };
 };
 
-// Whether the caret's line lies wholly inside the part of the text that is scrolled into view.
-bool caretIsVisible(const SourceEditorView& editor)
-{
-    GtkTextView* view = GTK_TEXT_VIEW(editor.sourceView());
-    GtkTextBuffer* buffer = gtk_text_view_get_buffer(view);
-    GtkTextIter caret;
-    gtk_text_buffer_get_iter_at_mark(buffer, &caret, gtk_text_buffer_get_insert(buffer));
-    GdkRectangle visible;
-    GdkRectangle location;
-    gtk_text_view_get_visible_rect(view, &visible);
-    gtk_text_view_get_iter_location(view, &caret, &location);
-    return location.y >= visible.y && location.y + location.height <= visible.y + visible.height;
-}
-
 // A musical symbol and an emoji, two UTF-16 units and one buffer character each, before "Title"
 // at UTF-16 offset 22 (buffer character 20).
 const std::u16string astralText = u"<p>\U0001D11E caf\u00E9 \U0001F600</p>\n<h1>Title</h1>\n";
@@ -444,7 +422,7 @@ TEST(SourceEditorViewCommands, ACommandScrollsToItsTargetAndTakesTheFocus)
     TestWindow window(box, 600, 400);
     gtk_widget_grab_focus(entry);
     ASSERT_FALSE(gtk_widget_is_focus(GTK_WIDGET(open.editor.sourceView())));
-    GtkAdjustment* vertical = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(open.editor.widget()));
+    GtkAdjustment* vertical = gtk_scrolled_window_get_vadjustment(open.editor.scrolledWindow());
     ASSERT_EQ(gtk_adjustment_get_value(vertical), 0);
 
     open.jump(390);
@@ -499,6 +477,6 @@ TEST(SourceEditorViewCommands, ANewDocumentBeforeTheEditorIsShownStartsAtTheTop)
     TestWindow window(open.editor.widget(), 600, 400);
     window.waitForFrame();
     drainMainLoop();
-    EXPECT_EQ(gtk_adjustment_get_value(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(open.editor.widget()))), 0);
+    EXPECT_EQ(gtk_adjustment_get_value(gtk_scrolled_window_get_vadjustment(open.editor.scrolledWindow())), 0);
     EXPECT_TRUE(caretIsVisible(open.editor));
 }

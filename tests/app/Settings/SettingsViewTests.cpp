@@ -245,9 +245,9 @@ TEST(MainMenu, PreferencesSectionOpensTheSettingsWithControlComma)
     MainMenu::installActions(application, [&] { ++shown; });
 
     auto menu = MainMenu::make();
-    // Preferences comes first; the help section follows.
-    ASSERT_GE(g_menu_model_get_n_items(G_MENU_MODEL(menu.get())), 1);
-    GMenuModel* section = g_menu_model_get_item_link(G_MENU_MODEL(menu.get()), 0, G_MENU_LINK_SECTION);
+    // The find commands come first, then Preferences, then the help section.
+    ASSERT_EQ(g_menu_model_get_n_items(G_MENU_MODEL(menu.get())), 3);
+    GMenuModel* section = g_menu_model_get_item_link(G_MENU_MODEL(menu.get()), 1, G_MENU_LINK_SECTION);
     ASSERT_NE(section, nullptr);
     char* label = nullptr;
     char* action = nullptr;

@@ -1,3 +1,4 @@
+#include "QuilloryApp/Editor/FindCommands.h"
 #include "QuilloryApp/Shell/ContentView.h"
 #include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Shell/QuilloryApplication.h"
@@ -160,6 +161,10 @@ TEST(WindowActions, ShortcutsWindowListsEveryAcceleratorOfTheTable)
     }
     EXPECT_EQ(listed, expected);
     EXPECT_TRUE(std::find(listed.begin(), listed.end(), "Refresh Preview=<Control>r F5") != listed.end());
+    // The editor's find commands are listed with their accelerators.
+    for (auto& command : FindCommands::commands())
+        EXPECT_TRUE(std::find(listed.begin(), listed.end(), std::string(command.title) + "=" + command.accelerator) != listed.end()) << command.title;
+    EXPECT_TRUE(std::find(listed.begin(), listed.end(), "Find\u2026=<Control>f") != listed.end());
     gtk_window_destroy(shortcuts);
 }
 
