@@ -1,5 +1,6 @@
 #include "QuilloryCore/Text/TextFile.h"
 
+#include "QuilloryCore/Text/FileDescriptor.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 
@@ -17,31 +18,6 @@ std::string systemReason(int error)
 {
     return std::strerror(error);
 }
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor)
-        : m_descriptor(descriptor)
-    {
-    }
-    ~FileDescriptor()
-    {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return m_descriptor; }
-    int release()
-    {
-        int descriptor = m_descriptor;
-        m_descriptor = -1;
-        return descriptor;
-    }
-
-private:
-    int m_descriptor;
-};
 
 mode_t currentUmask()
 {
