@@ -1,5 +1,6 @@
 #include "QuilloryCore/LiveFetch/SnapshotFolder.h"
 
+#include "QuilloryCore/Text/FileDescriptor.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UUID.h"
@@ -16,25 +17,6 @@
 namespace Quillory {
 
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor)
-        : m_descriptor(descriptor)
-    {
-    }
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
 
 std::vector<std::string_view> components(std::string_view path)
 {
@@ -97,7 +79,7 @@ void SnapshotFolder::writeAtomically(std::string_view relativePath, std::string_
     names.pop_back();
 
     // Each folder is opened below the one before; O_NOFOLLOW refuses a symbolic link in its place.
-    std::vector<std::unique_ptr<Descriptor>> opened;
+    std::vector<std::unique_ptr<FileDescriptor>> opened;
     int folder = m_descriptor;
     for (auto name : names) {
         std::string component(name);
@@ -106,7 +88,7 @@ void SnapshotFolder::writeAtomically(std::string_view relativePath, std::string_
         int next = ::openat(folder, component.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (next < 0)
             throw fail(errno);
-        opened.push_back(std::make_unique<Descriptor>(next));
+        opened.push_back(std::make_unique<FileDescriptor>(next));
         folder = next;
     }
 

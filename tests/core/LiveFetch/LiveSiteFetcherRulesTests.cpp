@@ -127,3 +127,25 @@ TEST(LiveSiteFetcherRules, SummaryCountsWithSingularForOne)
 }
 
 }
+
+namespace {
+
+TEST(LiveSiteFetcherRules, TypedTextBecomesAStartURL)
+{
+    EXPECT_EQ(LiveSiteFetcher::startURL("  example.org/about \n"), "https://example.org/about");
+    EXPECT_EQ(LiveSiteFetcher::startURL("http://example.org"), "http://example.org");
+    // Another scheme passes here and is refused by the fetch itself.
+    EXPECT_EQ(LiveSiteFetcher::startURL("ftp://example.org/file"), "ftp://example.org/file");
+    auto message = [](const char* typed) {
+        try {
+            LiveSiteFetcher::startURL(typed);
+        } catch (const Quillory::QuilloryError& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(message(" \t\n"), "Enter a live website URL.");
+    EXPECT_EQ(message("exa mple.org"), "Enter a valid live website URL.");
+}
+
+}
