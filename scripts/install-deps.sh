@@ -44,11 +44,14 @@ if [[ ! -f $stamp || third_party/package-lock.json -nt $stamp || ! -d third_part
   touch "$stamp"
 fi
 
-# The Vite React fixture project of the frontend tests, installed from its own lockfile.
+# The Vite React fixture project of the frontend tests, installed from its own lockfile. Not `npm ci`:
+# the registry we install from lists only some of rollup's per-platform packages, so the lockfile
+# holds just those and `npm ci` refuses it as out of sync; `npm install --no-save` installs the
+# locked versions without rewriting the lockfile.
 fixture=tests/fixtures/frontend/vite-react
 stamp=$fixture/.npm-installed
 if [[ ! -f $stamp || $fixture/package-lock.json -nt $stamp || ! -d $fixture/node_modules ]]; then
   echo "Installing npm packages from $fixture/package-lock.json"
-  (cd "$fixture" && npm ci --ignore-scripts --no-audit --no-fund --loglevel=error)
+  (cd "$fixture" && npm install --no-save --ignore-scripts --no-audit --no-fund --loglevel=error)
   touch "$stamp"
 fi

@@ -165,6 +165,8 @@ void ContentView::showFetchLiveSiteSheet()
         m_fetchLiveSiteSheet = std::make_unique<FetchLiveSiteSheet>(m_store, GTK_IS_WINDOW(window) ? GTK_WINDOW(window) : nullptr);
     }
     m_fetchLiveSiteSheet->present();
+}
+
 void ContentView::showNewPageSheet()
 {
     if (m_newPageSheet)
