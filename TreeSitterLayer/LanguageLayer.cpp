@@ -265,6 +265,7 @@ std::vector<NamedRange> LanguageLayer::highlights(const std::vector<Utf16Range>&
     gather(gather, this);
 
     std::vector<QueryCapture> captures;
+    captures.reserve(1024);
     for (const auto& target : targets) {
         for (const auto& range : ranges) {
             for (auto& match : target.layer->executeQuery(*target.query, range, target.layer->m_depth)) {
@@ -275,23 +276,35 @@ std::vector<NamedRange> LanguageLayer::highlights(const std::vector<Utf16Range>&
             }
         }
     }
-    std::stable_sort(captures.begin(), captures.end(), [](const QueryCapture& a, const QueryCapture& b) {
+    // Sorted through small keys, each start read once, rather than by moving the captures around.
+    struct Key {
+        int depth;
+        std::uint32_t start;
+        std::size_t nameSize;
+        std::uint32_t patternIndex;
+        std::uint32_t capture;
+    };
+    std::vector<Key> keys;
+    keys.reserve(captures.size());
+    for (std::uint32_t index = 0; index < captures.size(); ++index) {
+        const auto& capture = captures[index];
+        if (!capture.nameComponents.empty())
+            keys.push_back({ capture.depth, ts_node_start_byte(capture.node), capture.nameComponents.size(), capture.patternIndex, index });
+    }
+    std::stable_sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) {
         if (a.depth != b.depth)
             return a.depth < b.depth;
-        auto aStart = ts_node_start_byte(a.node);
-        auto bStart = ts_node_start_byte(b.node);
-        if (aStart != bStart)
-            return aStart < bStart;
-        if (a.nameComponents.size() != b.nameComponents.size())
-            return a.nameComponents.size() < b.nameComponents.size();
+        if (a.start != b.start)
+            return a.start < b.start;
+        if (a.nameSize != b.nameSize)
+            return a.nameSize < b.nameSize;
         return a.patternIndex < b.patternIndex;
     });
     std::vector<NamedRange> result;
-    result.reserve(captures.size());
-    for (auto& capture : captures) {
-        if (capture.nameComponents.empty())
-            continue;
-        result.push_back({ std::move(capture.nameComponents), tsRange(capture.node) });
+    result.reserve(keys.size());
+    for (const auto& key : keys) {
+        const auto& capture = captures[key.capture];
+        result.push_back({ std::vector<std::string>(capture.nameComponents.begin(), capture.nameComponents.end()), tsRange(capture.node) });
     }
     return result;
 }
