@@ -99,6 +99,8 @@ private:
     void resolveSublayers(std::u16string_view text, Utf16Range range);
     void addNewSublayer(const std::string& name, const std::vector<TSRange>& ranges, std::u16string_view text);
     std::vector<QueryMatch> executeQuery(const Query&, Utf16Range range, int depth) const;
+    // The same matches one at a time, in one reused record, for callers that keep little of them.
+    void forEachMatch(const Query&, Utf16Range range, int depth, const std::function<void(QueryMatch&)>&) const;
 
     LanguageConfiguration m_languageConfig;
     Configuration m_configuration;
