@@ -18,12 +18,16 @@
 #include <gtk/gtk.h>
 #include <webkit/webkit.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 using namespace Quillory;
 
@@ -77,11 +81,12 @@ double residentMegabytes()
     return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
 }
 
-// Web content processes started by this process (WebKit names them "WebKitWebProcess").
+// Web content processes started by this process (WebKit names them "WebKitWebProcess"), directly or
+// through the sandbox's launcher.
 int webContentProcessCount()
 {
-    int count = 0;
-    auto self = std::to_string(getpid());
+    std::map<long, long> parents;
+    std::vector<long> webProcesses;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         std::ifstream statFile(entry.path() / "stat");
         std::string line;
@@ -91,15 +96,23 @@ int webContentProcessCount()
         auto close = line.rfind(')');
         if (open == std::string::npos || close == std::string::npos)
             continue;
-        auto name = line.substr(open + 1, close - open - 1);
+        long pid = std::atol(line.c_str());
         std::istringstream rest(line.substr(close + 2));
         std::string state;
-        std::string parent;
+        long parent = 0;
         rest >> state >> parent;
-        if (parent == self && name.starts_with("WebKitWebProces"))
-            ++count;
+        parents[pid] = parent;
+        if (line.substr(open + 1, close - open - 1).starts_with("WebKitWebProces"))
+            webProcesses.push_back(pid);
     }
-    return count;
+    long self = getpid();
+    return static_cast<int>(std::count_if(webProcesses.begin(), webProcesses.end(), [&](long pid) {
+        for (auto found = parents.find(pid); found != parents.end() && found->second > 1; found = parents.find(found->second)) {
+            if (found->second == self)
+                return true;
+        }
+        return false;
+    }));
 }
 
 void runMainLoopFor(std::chrono::milliseconds duration)
