@@ -50,6 +50,11 @@ void setActionContent(GtkWidget* button, bool showsLabel, const char* systemImag
             gtk_button_set_icon_name(GTK_BUTTON(button), IconNames::symbolic(systemImageName));
         gtk_accessible_update_property(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_PROPERTY_LABEL, label, -1);
     }
+    // Flat like the preview header's actions, so that the destructive one stands out by its colour.
+    if (GTK_IS_MENU_BUTTON(button))
+        gtk_menu_button_set_has_frame(GTK_MENU_BUTTON(button), FALSE);
+    else
+        gtk_widget_add_css_class(button, "flat");
     gtk_widget_set_tooltip_text(button, help);
 }
 
@@ -212,6 +217,8 @@ EditorPane::Header EditorPane::makeHeader(HeaderForm form)
         gtk_box_append(GTK_BOX(popoverContent), go);
         GtkWidget* popover = gtk_popover_new();
         gtk_popover_set_child(GTK_POPOVER(popover), popoverContent);
+        // Opened by a click or by Ctrl+L, it is there to type a number into.
+        g_signal_connect_object(popover, "map", G_CALLBACK(gtk_widget_grab_focus), header.lineField, G_CONNECT_SWAPPED);
         header.jumpButton = gtk_menu_button_new();
         gtk_menu_button_set_popover(GTK_MENU_BUTTON(header.jumpButton), popover);
     }
@@ -219,6 +226,7 @@ EditorPane::Header EditorPane::makeHeader(HeaderForm form)
     gtk_box_append(GTK_BOX(header.box), header.jumpButton);
 
     header.formatButton = expanded ? m_expandedFormatButton.get() : m_compactFormatButton.get();
+    gtk_widget_add_css_class(header.formatButton->widget(), "flat");
     gtk_box_append(GTK_BOX(header.box), header.formatButton->widget());
 
     header.reviewDiffButton = GTK_BUTTON(gtk_button_new());
@@ -261,6 +269,7 @@ GtkWidget* EditorPane::makeLineField()
     GtkWidget* field = gtk_entry_new_with_buffer(m_lineText.get());
     gtk_entry_set_placeholder_text(GTK_ENTRY(field), "Line");
     gtk_editable_set_width_chars(GTK_EDITABLE(field), 5);
+    gtk_editable_set_max_width_chars(GTK_EDITABLE(field), 6);
     gtk_entry_set_input_purpose(GTK_ENTRY(field), GTK_INPUT_PURPOSE_NUMBER);
     gtk_accessible_update_property(GTK_ACCESSIBLE(field), GTK_ACCESSIBLE_PROPERTY_LABEL, "Line", -1);
     m_connections.connectSwapped(field, "activate", G_CALLBACK(+[](EditorPane* self) { self->jumpToLine(); }), this);
@@ -378,9 +387,11 @@ void EditorPane::jumpToLine()
 void EditorPane::focusLineField()
 {
     const Header& header = visibleHeader();
+    // The compact form's popover takes the focus into its field once it is shown.
     if (GTK_IS_MENU_BUTTON(header.jumpButton))
         gtk_menu_button_popup(GTK_MENU_BUTTON(header.jumpButton));
-    gtk_widget_grab_focus(GTK_WIDGET(header.lineField));
+    else
+        gtk_widget_grab_focus(GTK_WIDGET(header.lineField));
 }
 
 void EditorPane::showDiffReview()

@@ -5,16 +5,25 @@
 #include "QuilloryApp/Editor/EditorPane.h"
 #include "QuilloryApp/Editor/SourceEditorView.h"
 #include "QuilloryApp/Formatter/FormatDocumentButton.h"
+#include "QuilloryApp/Preview/PreviewPane.h"
+#include "QuilloryApp/Preview/WebPreviewView.h"
+#include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "app/support/EditorTestSupport.h"
 #include "app/support/MainLoopWaiting.h"
+#include "app/support/ScreenCapture.h"
 #include "app/support/ViewTestSupport.h"
+#include "app/support/XTestKeyboard.h"
+#include "app/support/XTestPointer.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <webkit/webkit.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -551,4 +560,134 @@ TEST(EditorPane, BlankPageNoteNamesTheSelectedDocumentAndHidesForAFilledOne)
     ASSERT_TRUE(window.harness.store.requestSelectDocument("about.html"));
     EXPECT_FALSE(window.pane->isShowingEmptyPageState());
     EXPECT_EQ(window.label(window.pane->expandedHeader().pathLabel), "about.html");
+}
+
+// These drive the real keyboard and pointer through the X server, or read the screen back, so
+// they run alone.
+
+namespace {
+
+GtkWidget* focusedWidget(GtkWidget* window)
+{
+    return gtk_window_get_focus(GTK_WINDOW(window));
+}
+
+// Whether the focus is `control` or inside it (an entry's focus is on its text child).
+bool focusIsIn(GtkWidget* window, GtkWidget* control)
+{
+    GtkWidget* focus = focusedWidget(window);
+    return focus && (focus == control || gtk_widget_is_ancestor(focus, control));
+}
+
+// Keeps a capture in docs/ when scripts/snapshot-window.sh names the file in `variable`.
+void keepCapture(const std::filesystem::path& png, const char* variable)
+{
+    if (const char* keep = std::getenv(variable))
+        std::filesystem::copy_file(png, keep, std::filesystem::copy_options::overwrite_existing);
+}
+
+}
+
+TEST(EditorPaneOnScreen, EscapeClosesTheDiffSheet)
+{
+    PaneWindow window;
+    typeAtEnd(window.editor(), "<p>Typed</p>");
+    window.click(window.pane->expandedHeader().reviewDiffButton);
+    DiffReviewSheet* sheet = window.pane->diffReviewSheet();
+    ASSERT_NE(sheet, nullptr);
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_widget_get_mapped(GTK_WIDGET(sheet->window())); }));
+    XTestKeyboard keyboard(GTK_WIDGET(sheet->window()));
+    ASSERT_TRUE(keyboard.isAvailable());
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_window_is_active(sheet->window()); }));
+    // The focus starts on "Close", away from the destructive button.
+    EXPECT_TRUE(focusIsIn(GTK_WIDGET(sheet->window()), GTK_WIDGET(sheet->closeButton())));
+
+    keyboard.press("Escape");
+    ASSERT_TRUE(runMainLoopUntil([&] { return window.pane->diffReviewSheet() == nullptr; }));
+    EXPECT_EQ(window.editor().bufferText(), u"<h1>Home</h1>\n<p>Typed</p>");
+}
+
+TEST(EditorPaneOnScreen, TabReachesEveryControlOfTheHeader)
+{
+    PaneWindow window;
+    typeAtEnd(window.editor(), "<p>Typed</p>");
+    const auto& header = window.pane->expandedHeader();
+    XTestKeyboard keyboard(window.window->window());
+    ASSERT_TRUE(keyboard.isAvailable());
+    gtk_widget_grab_focus(GTK_WIDGET(header.lineField));
+    ASSERT_TRUE(runMainLoopUntil([&] { return focusIsIn(window.window->window(), GTK_WIDGET(header.lineField)); }));
+
+    std::vector<GtkWidget*> expected { header.jumpButton };
+    if (gtk_widget_get_sensitive(header.formatButton->widget()))
+        expected.push_back(header.formatButton->widget());
+    for (GtkWidget* control : { GTK_WIDGET(header.reviewDiffButton), GTK_WIDGET(header.revertPageButton), GTK_WIDGET(header.undoButton), GTK_WIDGET(header.undoMenuButton) })
+        expected.push_back(control);
+    for (GtkWidget* control : expected) {
+        keyboard.press("Tab");
+        EXPECT_TRUE(runMainLoopUntil([&] { return focusIsIn(window.window->window(), control); })) << tooltip(control);
+    }
+}
+
+TEST(EditorPaneOnScreen, ClickingTheBlankPageNoteAndTypingWritesIntoTheEditor)
+{
+    PaneWindow window("");
+    ASSERT_TRUE(window.pane->isShowingEmptyPageState());
+    GtkWidget* note = window.pane->emptyPageState();
+    XTestPointer pointer(note);
+    XTestKeyboard keyboard(window.window->window());
+    ASSERT_TRUE(pointer.isAvailable());
+    ASSERT_TRUE(keyboard.isAvailable());
+
+    pointer.moveTo(gtk_widget_get_width(note) / 2.0, gtk_widget_get_height(note) / 2.0);
+    pointer.press();
+    pointer.release();
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_widget_has_focus(GTK_WIDGET(window.editor().sourceView())); }));
+    keyboard.press("a");
+    ASSERT_TRUE(runMainLoopUntil([&] { return window.harness.store.editorText().get() == u"a"; }));
+    EXPECT_FALSE(window.pane->isShowingEmptyPageState());
+    EXPECT_EQ(window.label(window.pane->editStateLabel()), "Pending autosave");
+}
+
+TEST(EditorPaneOnScreen, ScreenCaptureShowsThePaneWithChanges)
+{
+    LiveWindowHarness harness;
+    TemporaryDirectory site;
+    site.write("index.html",
+               "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n  <title>Harbour Notes</title>\n</head>\n<body>\n"
+               "  <header>\n    <h1>Harbour Notes</h1>\n  </header>\n  <main>\n    <p>Tides change twice a day.</p>\n"
+               "  </main>\n</body>\n</html>\n");
+    site.write("moorings.html", "<!DOCTYPE html>\n<title>Moorings</title>\n<h1>Moorings</h1>\n");
+    harness.store.loadWorkspace(site.path());
+    ContentView content(harness.store, harness.settings);
+    TestWindow window(content.widget(), 1440, 860);
+    EditorPane& pane = content.editorPreview().editorPane();
+    WebKitWebView* webView = content.editorPreview().previewPane().webPreviewView().webView();
+
+    // An edit in the middle of the page, autosaved, and a second one still pending.
+    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(pane.sourceEditor().buffer());
+    GtkTextIter line;
+    gtk_text_buffer_get_iter_at_line(buffer, &line, 11);
+    gtk_text_buffer_place_cursor(buffer, &line);
+    typeAtCursor(pane.sourceEditor(), "    <p>Boats leave at dawn.</p>\n");
+    ASSERT_TRUE(waitUntil([&] { return harness.store.editStateDescription() == "Autosaved changes"; }));
+    typeAtCursor(pane.sourceEditor(), "    <p>");
+    ASSERT_TRUE(waitUntil([&] { return !webkit_web_view_is_loading(webView); }));
+    waitFor(std::chrono::milliseconds(300));
+    window.waitForFrame();
+
+    EXPECT_TRUE(pane.isShowingCompactHeader());
+    EXPECT_TRUE(isSensitive(pane.compactHeader().reviewDiffButton));
+    TemporaryDirectory captures;
+    auto png = captures.path() / "editor-pane.png";
+    ASSERT_TRUE(saveScreenCapture(window.window(), png));
+    keepCapture(png, "QUILLORY_EDITOR_PANE_SNAPSHOT");
+
+    // The expanded form, in an editor pane given the whole width of a wide window.
+    PaneWindow wide("<!DOCTYPE html>\n<title>Harbour Notes</title>\n<h1>Harbour Notes</h1>\n", 1400);
+    typeAtEnd(wide.editor(), "<p>Tides change twice a day.</p>\n");
+    wide.window->waitForFrame();
+    ASSERT_FALSE(wide.pane->isShowingCompactHeader());
+    auto widePNG = captures.path() / "editor-pane-expanded.png";
+    ASSERT_TRUE(saveScreenCapture(wide.window->window(), widePNG));
+    keepCapture(widePNG, "QUILLORY_EDITOR_PANE_EXPANDED_SNAPSHOT");
 }
