@@ -99,6 +99,14 @@ bool isSensitive(GtkButton* button)
     return gtk_widget_get_sensitive(GTK_WIDGET(button));
 }
 
+// One header action: its words, the system image it shows (if any) and its help text.
+struct ActionCase {
+    GtkWidget* button;
+    const char* words;
+    const char* systemImageName;
+    const char* help;
+};
+
 // Review, revert and both parts of the undo control in both forms.
 std::vector<GtkWidget*> changeActions(const EditorPane& pane)
 {
@@ -189,13 +197,7 @@ TEST(EditorPane, ExpandedHeaderShowsEveryControlWithItsWordsImageAndHelp)
 
     EXPECT_STREQ(gtk_entry_get_placeholder_text(header.lineField), "Line");
     EXPECT_TRUE(gtk_widget_get_mapped(GTK_WIDGET(header.lineField)));
-    struct Case {
-        GtkWidget* button;
-        const char* words;
-        const char* systemImageName;
-        const char* help;
-    };
-    const Case cases[] {
+    const ActionCase cases[] {
         { header.jumpButton, "Jump to Line", "arrow.down.to.line.compact", "Jump to line" },
         { GTK_WIDGET(header.reviewDiffButton), "Review Diff", "doc.text.magnifyingglass", "Review diff" },
         { GTK_WIDGET(header.revertPageButton), "Revert Page", nullptr, "Revert page" },
@@ -229,13 +231,7 @@ TEST(EditorPane, CompactHeaderShowsTheActionsAsImagesWithTheirWordsForAssistiveT
     EXPECT_EQ(tooltip(header.formatButton->widget()), "Format document");
     EXPECT_TRUE(gtk_widget_get_mapped(header.formatButton->widget()));
 
-    struct Case {
-        GtkWidget* button;
-        const char* words;
-        const char* systemImageName;
-        const char* help;
-    };
-    const Case cases[] {
+    const ActionCase cases[] {
         { header.jumpButton, "Jump to Line", "arrow.down.to.line.compact", "Jump to line" },
         { GTK_WIDGET(header.reviewDiffButton), "Review Diff", "doc.text.magnifyingglass", "Review diff" },
         { GTK_WIDGET(header.revertPageButton), "Revert Page", "arrow.counterclockwise", "Revert page" },

@@ -73,6 +73,14 @@ struct ActionWindow {
         return result;
     }
 
+    // Opens a site of one page holding `indexText`.
+    void open(const TemporaryDirectory& site, const std::string& indexText = "<h1>Home</h1>\n")
+    {
+        site.write("index.html", indexText);
+        harness.store.loadWorkspace(site.path());
+        drainMainLoop();
+    }
+
     bool isEnabled(const char* localName) const
     {
         return g_action_group_get_action_enabled(G_ACTION_GROUP(window), localName);
@@ -124,9 +132,7 @@ TEST(WindowActions, RefreshPreviewIsEnabledOnlyWithAPageSelected)
     EXPECT_TRUE(window.isEnabled("open-site"));
 
     TemporaryDirectory site;
-    site.write("index.html", "<h1>Home</h1>\n");
-    window.harness.store.loadWorkspace(site.path());
-    drainMainLoop();
+    window.open(site);
     EXPECT_TRUE(window.isEnabled("refresh-preview"));
     EXPECT_TRUE(window.isEnabled("new-page"));
 
@@ -142,9 +148,7 @@ TEST(WindowActions, JumpToLineNeedsADocumentAndPutsTheFocusInTheLineField)
     EXPECT_FALSE(window.isEnabled("jump-to-line"));
 
     TemporaryDirectory site;
-    site.write("index.html", "<h1>Home</h1>\n");
-    window.harness.store.loadWorkspace(site.path());
-    drainMainLoop();
+    window.open(site);
     EXPECT_TRUE(window.isEnabled("jump-to-line"));
     g_action_group_activate_action(G_ACTION_GROUP(window.window), "jump-to-line", nullptr);
     EXPECT_TRUE(runMainLoopUntil([&] { return window.lineFieldHasFocus(); }));
@@ -164,8 +168,7 @@ TEST(WindowActionsOnScreen, ControlLFromTheEditorOpensTheLineFieldAndReturnJumps
     std::string text;
     for (int line = 1; line <= 20; ++line)
         text += "<p>" + std::to_string(line) + "</p>\n";
-    site.write("index.html", text);
-    window.harness.store.loadWorkspace(site.path());
+    window.open(site, text);
     auto& editor = window.content->editorPreview().sourceEditor();
     // Beside the preview the header has its compact form, where the field waits in a popover.
     const auto& header = window.content->editorPreview().editorPane().compactHeader();
