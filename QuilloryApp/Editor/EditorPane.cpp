@@ -254,6 +254,10 @@ EditorPane::Header EditorPane::makeHeader(HeaderForm form)
     header.undoMenuButton = GTK_MENU_BUTTON(gtk_menu_button_new());
     setActionContent(GTK_WIDGET(header.undoMenuButton), false, "chevron.down", "Show recent editor changes", "Show recent editor changes");
     gtk_menu_button_set_menu_model(header.undoMenuButton, undoMenu());
+    // The entries are listed when the menu opens, not on every keystroke that adds one.
+    gtk_menu_button_set_create_popup_func(header.undoMenuButton, +[](GtkMenuButton*, gpointer self) {
+        static_cast<EditorPane*>(self)->fillUndoMenu();
+    }, this, nullptr);
     gtk_box_append(GTK_BOX(undoControl), GTK_WIDGET(header.undoMenuButton));
     gtk_box_append(GTK_BOX(header.box), undoControl);
 
@@ -352,18 +356,22 @@ void EditorPane::showCaretStatus()
 
 void EditorPane::showUndoHistory()
 {
-    auto history = m_store.selectedPageUndoHistory();
+    bool hasHistory = !m_store.selectedPageUndoHistory().empty();
+    for (const Header* header : { &m_expanded, &m_compact }) {
+        gtk_widget_set_sensitive(GTK_WIDGET(header->undoButton), hasHistory);
+        gtk_widget_set_sensitive(GTK_WIDGET(header->undoMenuButton), hasHistory);
+    }
+}
+
+void EditorPane::fillUndoMenu()
+{
     g_menu_remove_all(m_undoMenu.get());
-    for (const auto& snapshot : history) {
+    for (const auto& snapshot : m_store.selectedPageUndoHistory()) {
         auto label = menuLabelText(snapshot.menuTitle()) + " \u00B7 " + timeOfDay(snapshot.createdAt);
         GMenuItem* item = g_menu_item_new(label.c_str(), nullptr);
         g_menu_item_set_action_and_target_value(item, undoChangeDetailedAction, g_variant_new_string(snapshot.id.string().c_str()));
         g_menu_append_item(m_undoMenu.get(), item);
         g_object_unref(item);
-    }
-    for (const Header* header : { &m_expanded, &m_compact }) {
-        gtk_widget_set_sensitive(GTK_WIDGET(header->undoButton), !history.empty());
-        gtk_widget_set_sensitive(GTK_WIDGET(header->undoMenuButton), !history.empty());
     }
 }
 

@@ -63,7 +63,8 @@ public:
     GtkLabel* caretStatusLabel() const { return visibleHeader().locationLabel; }
     FormatDocumentButton& formatDocumentButton() const { return *visibleHeader().formatButton; }
 
-    // The entries of the undo menu, newest first: labels and the ids of their snapshots.
+    // The entries of the undo menu, newest first: labels and the ids of their snapshots. Filled
+    // from the selected page's history each time the menu opens.
     GMenuModel* undoMenu() const { return G_MENU_MODEL(m_undoMenu.get()); }
     // The note "Blank source file" over the editor, and whether it is shown.
     GtkWidget* emptyPageState() const { return m_emptyPageState; }
@@ -95,6 +96,7 @@ private:
     void showEditState();
     void showCaretStatus();
     void showUndoHistory();
+    void fillUndoMenu();
     void showEmptyPageState();
 
     WorkspaceStore& m_store;

@@ -126,8 +126,13 @@ struct UndoMenuEntry {
     std::string snapshotID;
 };
 
-std::vector<UndoMenuEntry> undoMenuEntries(GMenuModel* menu)
+// The entries the undo menu of the visible form lists when it is opened.
+std::vector<UndoMenuEntry> undoMenuEntries(const EditorPane& pane)
 {
+    GtkMenuButton* button = pane.visibleHeader().undoMenuButton;
+    gtk_menu_button_popup(button);
+    drainMainLoop();
+    GMenuModel* menu = pane.undoMenu();
     std::vector<UndoMenuEntry> entries;
     for (int index = 0; index < g_menu_model_get_n_items(menu); ++index) {
         UndoMenuEntry entry;
@@ -145,6 +150,8 @@ std::vector<UndoMenuEntry> undoMenuEntries(GMenuModel* menu)
         g_free(target);
         entries.push_back(entry);
     }
+    gtk_menu_button_popdown(button);
+    drainMainLoop();
     return entries;
 }
 
@@ -317,7 +324,7 @@ TEST(EditorPane, TypingBackToTheBaselineDisablesReviewAndRevertButKeepsUndo)
     EXPECT_FALSE(isSensitive(window.pane->expandedHeader().revertPageButton));
     // The history still holds the two texts before the edits.
     EXPECT_TRUE(isSensitive(window.pane->expandedHeader().undoButton));
-    EXPECT_EQ(g_menu_model_get_n_items(window.pane->undoMenu()), 2);
+    EXPECT_EQ(undoMenuEntries(*window.pane).size(), 2u);
 }
 
 TEST(EditorPane, ReviewDiffSheetShowsTheRealDiffAndItsRevertRestoresFileAndEditor)
@@ -394,7 +401,7 @@ TEST(EditorPane, UndoMenuListsTheHistoryNewestFirstAndAnOlderEntryRestoresItsTex
     auto history = window.harness.store.selectedPageUndoHistory();
     ASSERT_EQ(history.size(), 3u);
 
-    auto entries = undoMenuEntries(window.pane->undoMenu());
+    auto entries = undoMenuEntries(*window.pane);
     ASSERT_EQ(entries.size(), 3u);
     const char* titles[] = { "ab", "a", "Blank page" };
     for (std::size_t index = 0; index < entries.size(); ++index) {
@@ -409,7 +416,7 @@ TEST(EditorPane, UndoMenuListsTheHistoryNewestFirstAndAnOlderEntryRestoresItsTex
     EXPECT_EQ(window.editor().bufferText(), u"a");
     EXPECT_EQ(window.harness.store.editorText().get(), u"a");
     // The undone text leads the list now, so the undo can itself be undone.
-    entries = undoMenuEntries(window.pane->undoMenu());
+    entries = undoMenuEntries(*window.pane);
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(entries[0].label.substr(0, 4), "abc ");
     EXPECT_EQ(entries[1].label.substr(0, 3), "ab ");
@@ -434,7 +441,7 @@ TEST(EditorPane, UndoMenuDoublesUnderscoresSoTheyShowAsTyped)
 {
     PaneWindow window("<h1>my_page</h1>\n");
     typeAtEnd(window.editor(), "x");
-    auto entries = undoMenuEntries(window.pane->undoMenu());
+    auto entries = undoMenuEntries(*window.pane);
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries[0].label.substr(0, 18), "<h1>my__page</h1> ");
 }
@@ -443,10 +450,10 @@ TEST(EditorPane, AnEntryOfAnotherPagesHistoryDoesNothing)
 {
     PaneWindow window;
     typeAtEnd(window.editor(), "x");
-    auto entries = undoMenuEntries(window.pane->undoMenu());
+    auto entries = undoMenuEntries(*window.pane);
     ASSERT_EQ(entries.size(), 1u);
     ASSERT_TRUE(window.harness.store.requestSelectDocument("about.html"));
-    EXPECT_EQ(g_menu_model_get_n_items(window.pane->undoMenu()), 0);
+    EXPECT_FALSE(gtk_widget_get_sensitive(GTK_WIDGET(window.pane->visibleHeader().undoMenuButton)));
     chooseUndoMenuEntry(*window.pane, entries[0]);
     EXPECT_EQ(window.editor().bufferText(), u"<h1>About</h1>\n");
     EXPECT_EQ(window.label(window.pane->editStateLabel()), "At opened baseline");
