@@ -128,12 +128,20 @@ void LanguageLayer::replaceContent(std::u16string_view text)
 std::vector<QueryMatch> LanguageLayer::executeQuery(const Query& query, Utf16Range range, int depth) const
 {
     std::vector<QueryMatch> matches;
+    forEachMatch(query, range, depth, [&](QueryMatch& match) { matches.push_back(match); });
+    return matches;
+}
+
+void LanguageLayer::forEachMatch(const Query& query, Utf16Range range, int depth, const std::function<void(QueryMatch&)>& visit) const
+{
+    QueryMatch match;
     std::unique_ptr<TSQueryCursor, decltype(&ts_query_cursor_delete)> cursor(ts_query_cursor_new(), ts_query_cursor_delete);
     ts_query_cursor_set_byte_range(cursor.get(), static_cast<std::uint32_t>(range.location * 2), static_cast<std::uint32_t>(range.end() * 2));
     ts_query_cursor_exec(cursor.get(), query.tsQuery(), ts_tree_root_node(m_tree.get()));
     TSQueryMatch tsMatch;
     while (ts_query_cursor_next_match(cursor.get(), &tsMatch)) {
-        QueryMatch match;
+        match.captures.clear();
+        match.metadata.clear();
         match.id = tsMatch.id;
         match.patternIndex = tsMatch.pattern_index;
         match.predicates = &query.predicateList()[tsMatch.pattern_index];
@@ -151,9 +159,8 @@ std::vector<QueryMatch> LanguageLayer::executeQuery(const Query& query, Utf16Ran
             }
             match.captures.push_back(std::move(capture));
         }
-        matches.push_back(std::move(match));
+        visit(match);
     }
-    return matches;
 }
 
 void LanguageLayer::resolveSublayers(std::u16string_view text, Utf16Range range)
@@ -265,33 +272,44 @@ std::vector<NamedRange> LanguageLayer::highlights(const std::vector<Utf16Range>&
     gather(gather, this);
 
     std::vector<QueryCapture> captures;
+    captures.reserve(1024);
     for (const auto& target : targets) {
         for (const auto& range : ranges) {
-            for (auto& match : target.layer->executeQuery(*target.query, range, target.layer->m_depth)) {
-                if (!queryMatchAllowed(match, *target.query, provider))
-                    continue;
-                for (auto& capture : match.captures)
-                    captures.push_back(std::move(capture));
-            }
+            target.layer->forEachMatch(*target.query, range, target.layer->m_depth, [&](QueryMatch& match) {
+                if (queryMatchAllowed(match, *target.query, provider))
+                    captures.insert(captures.end(), match.captures.begin(), match.captures.end());
+            });
         }
     }
-    std::stable_sort(captures.begin(), captures.end(), [](const QueryCapture& a, const QueryCapture& b) {
+    // Sorted through small keys, each start read once, rather than by moving the captures around.
+    struct Key {
+        int depth;
+        std::uint32_t start;
+        std::size_t nameSize;
+        std::uint32_t patternIndex;
+        std::uint32_t capture;
+    };
+    std::vector<Key> keys;
+    keys.reserve(captures.size());
+    for (std::uint32_t index = 0; index < captures.size(); ++index) {
+        const auto& capture = captures[index];
+        if (!capture.nameComponents.empty())
+            keys.push_back({ capture.depth, ts_node_start_byte(capture.node), capture.nameComponents.size(), capture.patternIndex, index });
+    }
+    std::stable_sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) {
         if (a.depth != b.depth)
             return a.depth < b.depth;
-        auto aStart = ts_node_start_byte(a.node);
-        auto bStart = ts_node_start_byte(b.node);
-        if (aStart != bStart)
-            return aStart < bStart;
-        if (a.nameComponents.size() != b.nameComponents.size())
-            return a.nameComponents.size() < b.nameComponents.size();
+        if (a.start != b.start)
+            return a.start < b.start;
+        if (a.nameSize != b.nameSize)
+            return a.nameSize < b.nameSize;
         return a.patternIndex < b.patternIndex;
     });
     std::vector<NamedRange> result;
-    result.reserve(captures.size());
-    for (auto& capture : captures) {
-        if (capture.nameComponents.empty())
-            continue;
-        result.push_back({ std::move(capture.nameComponents), tsRange(capture.node) });
+    result.reserve(keys.size());
+    for (const auto& key : keys) {
+        const auto& capture = captures[key.capture];
+        result.push_back({ std::vector<std::string>(capture.nameComponents.begin(), capture.nameComponents.end()), tsRange(capture.node) });
     }
     return result;
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,7 +26,9 @@ TextProvider stringTextProvider(std::u16string_view text);
 struct QueryCapture {
     TSNode node {};
     std::uint32_t index { 0 };
-    std::vector<std::string> nameComponents;
+    // A view of the query's own components: captures are many, and they live no longer than the
+    // layer whose configuration holds the query.
+    std::span<const std::string> nameComponents;
     std::uint32_t patternIndex { 0 };
     // `#set!` directives that name this capture.
     std::map<std::string, std::string> metadata;
@@ -96,6 +99,8 @@ private:
     void resolveSublayers(std::u16string_view text, Utf16Range range);
     void addNewSublayer(const std::string& name, const std::vector<TSRange>& ranges, std::u16string_view text);
     std::vector<QueryMatch> executeQuery(const Query&, Utf16Range range, int depth) const;
+    // The same matches one at a time, in one reused record, for callers that keep little of them.
+    void forEachMatch(const Query&, Utf16Range range, int depth, const std::function<void(QueryMatch&)>&) const;
 
     LanguageConfiguration m_languageConfig;
     Configuration m_configuration;

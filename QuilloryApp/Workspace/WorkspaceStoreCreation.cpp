@@ -12,24 +12,6 @@
 
 namespace Quillory {
 
-namespace {
-
-std::vector<std::string> pathComponents(std::string_view path)
-{
-    std::vector<std::string> components;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto slash = path.find('/', start);
-        auto end = slash == std::string_view::npos ? path.size() : slash;
-        if (end > start)
-            components.emplace_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return components;
-}
-
-}
-
 void WorkspaceStore::createStarterWorkspace(const std::filesystem::path& at)
 {
     cancelAutosaveTask();
@@ -145,13 +127,13 @@ std::string WorkspaceStore::suggestedNewPagePath() const
 
 std::string WorkspaceStore::pageTitle(std::string_view path)
 {
-    auto components = pathComponents(path);
+    auto components = FilePaths::nonEmptyComponents(path);
     std::string name;
     if (!components.empty()) {
-        const auto& last = components.back();
+        auto last = components.back();
         // An index page is named after its folder; one with no folder above it in the path keeps its own name.
         if ((last == "index.html" || last == "index.htm") && components.size() >= 2)
-            name = components[components.size() - 2];
+            name = std::string(components[components.size() - 2]);
         else
             name = FilePaths::deletingPathExtension(last);
     }

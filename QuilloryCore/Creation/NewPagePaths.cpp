@@ -11,32 +11,6 @@ namespace Quillory::NewPagePaths {
 
 namespace {
 
-std::vector<std::string> components(std::string_view path, bool keepEmpty)
-{
-    std::vector<std::string> result;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto end = path.find('/', start);
-        if (end == std::string_view::npos)
-            end = path.size();
-        if (keepEmpty || end > start)
-            result.emplace_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return result;
-}
-
-std::string joined(const std::vector<std::string>& parts, std::size_t count)
-{
-    std::string result;
-    for (std::size_t index = 0; index < count; ++index) {
-        if (index > 0)
-            result.push_back('/');
-        result += parts[index];
-    }
-    return result;
-}
-
 std::string resolvedComparablePath(const std::filesystem::path& path)
 {
     std::error_code error;
@@ -57,8 +31,8 @@ std::string normalizedNewPagePath(std::string_view input)
 {
     auto path = StringHelpers::trimmingWhitespaceAndNewlines(input);
     std::replace(path.begin(), path.end(), '\\', '/');
-    auto parts = components(path, false);
-    auto result = joined(parts, parts.size());
+    auto parts = FilePaths::nonEmptyComponents(path);
+    auto result = FilePaths::joinedComponents(parts, parts.size());
     if (result.empty())
         return result;
     if (FilePaths::pathExtension(result).empty())
@@ -68,7 +42,7 @@ std::string normalizedNewPagePath(std::string_view input)
 
 bool containsUnsafePathComponent(std::string_view path)
 {
-    auto parts = components(path, true);
+    auto parts = FilePaths::components(path);
     return std::any_of(parts.begin(), parts.end(), [](const auto& part) { return part == "." || part == ".."; });
 }
 
@@ -83,10 +57,10 @@ bool isDescendant(const std::filesystem::path& path, const std::filesystem::path
 
 std::string parentPath(std::string_view path)
 {
-    auto parts = components(path, false);
+    auto parts = FilePaths::nonEmptyComponents(path);
     if (parts.size() < 2)
         return {};
-    return joined(parts, parts.size() - 1);
+    return FilePaths::joinedComponents(parts, parts.size() - 1);
 }
 
 }

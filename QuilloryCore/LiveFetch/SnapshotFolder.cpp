@@ -1,6 +1,7 @@
 #include "QuilloryCore/LiveFetch/SnapshotFolder.h"
 
 #include "QuilloryCore/Text/FileDescriptor.h"
+#include "QuilloryCore/Text/FilePaths.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UUID.h"
@@ -17,19 +18,6 @@
 namespace Quillory {
 
 namespace {
-
-std::vector<std::string_view> components(std::string_view path)
-{
-    std::vector<std::string_view> result;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto slash = path.find('/', start);
-        auto end = slash == std::string_view::npos ? path.size() : slash;
-        result.push_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return result;
-}
 
 bool writeAll(int descriptor, std::string_view bytes)
 {
@@ -70,7 +58,7 @@ void SnapshotFolder::writeAtomically(std::string_view relativePath, std::string_
                                           + std::strerror(error) + ".");
     };
 
-    auto names = components(relativePath);
+    auto names = FilePaths::components(relativePath);
     for (auto name : names) {
         if (name.empty() || name == "." || name == "..")
             throw fail(EINVAL);

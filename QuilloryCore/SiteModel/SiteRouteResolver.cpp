@@ -32,32 +32,6 @@ namespace {
 
 constexpr std::string_view siteSchemeName = "quillory-site";
 
-std::vector<std::string_view> nonEmptyComponents(std::string_view path)
-{
-    std::vector<std::string_view> components;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto slash = path.find('/', start);
-        if (slash == std::string_view::npos)
-            slash = path.size();
-        if (slash > start)
-            components.push_back(path.substr(start, slash - start));
-        start = slash + 1;
-    }
-    return components;
-}
-
-std::string joined(const std::vector<std::string_view>& components, std::size_t count)
-{
-    std::string path;
-    for (std::size_t index = 0; index < count; ++index) {
-        if (index)
-            path.push_back('/');
-        path.append(components[index]);
-    }
-    return path;
-}
-
 // Whether splitting at "/" gives an empty piece: a leading, trailing or doubled "/".
 bool hasEmptyComponent(std::string_view path)
 {
@@ -284,7 +258,7 @@ std::string SiteRouteResolver::normalizeRelativePath(std::string path)
         return path;
     // Dropping ".." at the top is what keeps any reference inside the site's folder.
     std::vector<std::string_view> kept;
-    for (auto component : nonEmptyComponents(path)) {
+    for (auto component : FilePaths::nonEmptyComponents(path)) {
         if (component == ".")
             continue;
         if (component == "..") {
@@ -294,7 +268,7 @@ std::string SiteRouteResolver::normalizeRelativePath(std::string path)
         }
         kept.push_back(component);
     }
-    return joined(kept, kept.size());
+    return FilePaths::joinedComponents(kept, kept.size());
 }
 
 void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
@@ -305,9 +279,9 @@ void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
             to.append(path.substr(0, slash));
         return;
     }
-    auto components = nonEmptyComponents(path);
+    auto components = FilePaths::nonEmptyComponents(path);
     if (components.size() >= 2)
-        to.append(joined(components, components.size() - 1));
+        to.append(FilePaths::joinedComponents(components, components.size() - 1));
 }
 
 const SitePage* SiteRouteResolver::firstCandidatePage(const std::string& path) const

@@ -46,4 +46,35 @@ std::string deletingPathExtension(std::string_view component)
     return std::string(component.substr(0, component.size() - extension.size() - 1));
 }
 
+std::vector<std::string_view> components(std::string_view path)
+{
+    std::vector<std::string_view> result;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        auto slash = path.find('/', start);
+        auto end = slash == std::string_view::npos ? path.size() : slash;
+        result.push_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    return result;
+}
+
+std::vector<std::string_view> nonEmptyComponents(std::string_view path)
+{
+    auto result = components(path);
+    std::erase_if(result, [](std::string_view component) { return component.empty(); });
+    return result;
+}
+
+std::string joinedComponents(const std::vector<std::string_view>& components, std::size_t count)
+{
+    std::string path;
+    for (std::size_t index = 0; index < count; ++index) {
+        if (index)
+            path.push_back('/');
+        path.append(components[index]);
+    }
+    return path;
+}
+
 }

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace Quillory::FilePaths {
 
@@ -18,5 +20,13 @@ std::string pathExtension(std::string_view path);
 
 // The last component without its extension.
 std::string deletingPathExtension(std::string_view component);
+
+// The pieces of a "/"-separated path, views into it: every piece, the empty ones of a leading,
+// trailing or doubled "/" included, or only the non-empty ones.
+std::vector<std::string_view> components(std::string_view path);
+std::vector<std::string_view> nonEmptyComponents(std::string_view path);
+
+// The first `count` components joined by "/".
+std::string joinedComponents(const std::vector<std::string_view>& components, std::size_t count);
 
 }

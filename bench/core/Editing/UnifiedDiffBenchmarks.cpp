@@ -2,6 +2,8 @@
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "support/ThreadCPUTime.h"
 
+#include "support/KeepFreedMemory.h"
+
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <fcntl.h>
@@ -21,15 +23,6 @@ extern char** environ;
 using namespace Quillory;
 
 namespace {
-
-// The diff allocates and frees megabytes per call. glibc would hand freed memory back to the
-// system after each call and fault it in again in the next, which measures page faults rather
-// than the diff, so freed memory stays with the process for the whole benchmark run.
-void keepFreedMemory()
-{
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-}
 
 // A resident-set figure of this process from /proc/self/status, in kibibytes ("VmRSS" now,
 // "VmHWM" the peak).
@@ -180,7 +173,7 @@ private:
 void compareWithSystemDiff(benchmark::State& state, const std::pair<std::string, std::string>& texts,
                            const std::vector<std::string>& diffOptions)
 {
-    keepFreedMemory();
+    QuilloryBench::keepFreedMemory();
     DiffFiles files(texts.first, texts.second);
     auto opened = UnicodeText::utf16(texts.first);
     auto current = UnicodeText::utf16(texts.second);
@@ -235,7 +228,7 @@ BENCHMARK(UnifiedDiff20000LinesFourLineAlphabetAgainstDiffMinimal)->Unit(benchma
 // No goal but completing: the time and the peak memory of 200,000-line pages.
 void UnifiedDiff200000Lines(benchmark::State& state, std::pair<std::string, std::string> (*texts)(std::size_t))
 {
-    keepFreedMemory();
+    QuilloryBench::keepFreedMemory();
     auto [openedUTF8, currentUTF8] = texts(200'000);
     auto opened = UnicodeText::utf16(openedUTF8);
     auto current = UnicodeText::utf16(currentUTF8);

@@ -1,5 +1,6 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "app/support/WorkspaceHarness.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -533,7 +534,7 @@ TEST(WorkspaceStorePageInspection, FailedBackgroundAutosaveKeepsTheSnapshot)
     ASSERT_TRUE(open.store.requestSelectDocument(std::string("blog/post.html")));
     open.type(u"<h1>Typed</h1>\n");
     open.fillInspection();
-    std::filesystem::remove_all(open.site.path() / "blog");
+    FileSizeLimit limit(4);
     open.scheduler.advance(650ms);
     open.scheduler.runBackgroundWorkAndDeliver();
     ASSERT_TRUE(open.store.errorMessage().get());

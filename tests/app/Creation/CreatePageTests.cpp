@@ -1,6 +1,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "app/support/WorkspaceHarness.h"
+#include "support/FileSizeLimit.h"
 #include "support/GitRepository.h"
 #include "support/TemporaryDirectory.h"
 
@@ -124,10 +125,10 @@ TEST(CreatePage, FailedAutosaveStopsItWithTheWriteError)
     TrackedSite harness;
     ASSERT_TRUE(harness.store.requestSelectDocument("blog/post.html"));
     harness.type(u"<h1>Unsaved</h1>\n");
-    // The page's folder goes away, so the pending text can't be written.
-    std::filesystem::remove_all(harness.site.path() / "blog");
+    std::optional<FileSizeLimit> limit(std::in_place, 4);
 
     EXPECT_FALSE(harness.store.createPage("about.html", false));
+    limit.reset();
     ASSERT_TRUE(harness.store.errorMessage().get());
     EXPECT_NE(harness.store.errorMessage()->value_or("").find("post.html"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(harness.site.path() / "about.html"));

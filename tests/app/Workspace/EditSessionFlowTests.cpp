@@ -1,6 +1,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "QuilloryCore/Editing/EditSafety.h"
 #include "app/support/WorkspaceHarness.h"
+#include "support/FileSizeLimit.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -74,7 +75,7 @@ TEST(EditSessionFlow, CompletedBackgroundWriteRenewsPreviewTokenButKeystrokeDoes
     EXPECT_NE(open.store.previewReloadToken().get(), token);
 }
 
-TEST(EditSessionFlow, TypingThenSwitchingWritesOldPageFirstAndComingBackShowsSessionText)
+TEST(EditSessionFlow, TypingThenSwitchingWritesOldPageFirstAndComingBackShowsSessionTextOrTheOutsideChange)
 {
     OpenSite open;
     std::u16string textWhenSecondPageLoaded;
@@ -94,11 +95,17 @@ TEST(EditSessionFlow, TypingThenSwitchingWritesOldPageFirstAndComingBackShowsSes
     // No autosave waits; only the quiet Git status refresh after the write does.
     EXPECT_EQ(open.scheduler.pendingTimerCount(), 1u);
 
-    // The session's text comes back, not the file's, even after a change outside.
-    open.site.write("index.html", "<h1>Changed outside</h1>\n");
+    // The session's text comes back, with its opened baseline.
     EXPECT_TRUE(open.store.requestSelectDocument(std::string("index.html")));
     EXPECT_EQ(open.store.editorText().get(), u"<h1>Home, typed</h1>\n");
     EXPECT_EQ(open.store.selectedEditSession()->openedBaselineText, u"<h1>Home</h1>\n");
+
+    // A change made outside while the page was left, with nothing unsaved, is simply taken.
+    EXPECT_TRUE(open.store.requestSelectDocument(std::string("blog/post.html")));
+    open.site.write("index.html", "<h1>Changed outside</h1>\n");
+    EXPECT_TRUE(open.store.requestSelectDocument(std::string("index.html")));
+    EXPECT_EQ(open.store.editorText().get(), u"<h1>Changed outside</h1>\n");
+    EXPECT_FALSE(open.store.diskConflict().get());
 }
 
 TEST(EditSessionFlow, SwitchingAwayFromPageThatCantBeWrittenFailsAndKeepsSelection)
@@ -106,8 +113,7 @@ TEST(EditSessionFlow, SwitchingAwayFromPageThatCantBeWrittenFailsAndKeepsSelecti
     OpenSite open;
     ASSERT_TRUE(open.store.requestSelectDocument(std::string("blog/post.html")));
     open.type(u"<h1>Post, typed</h1>\n");
-    // Running as root, permission bits don't stop a write: the page's folder is removed instead.
-    std::filesystem::remove_all(open.site.path() / "blog");
+    std::optional<FileSizeLimit> limit(std::in_place, 4);
 
     EXPECT_FALSE(open.store.requestSelectDocument(std::string("index.html")));
 
@@ -118,8 +124,8 @@ TEST(EditSessionFlow, SwitchingAwayFromPageThatCantBeWrittenFailsAndKeepsSelecti
     EXPECT_EQ(open.store.editorText().get(), u"<h1>Post, typed</h1>\n");
     EXPECT_EQ(open.store.editStateDescription(), "Pending autosave");
 
-    // Nothing is lost: once the folder is back the same switch writes the text.
-    std::filesystem::create_directory(open.site.path() / "blog");
+    // Nothing is lost: once writes work again the same switch writes the text.
+    limit.reset();
     EXPECT_TRUE(open.store.requestSelectDocument(std::string("index.html")));
     EXPECT_EQ(open.site.read("blog/post.html"), "<h1>Post, typed</h1>\n");
     EXPECT_FALSE(open.store.errorMessage().get());
@@ -129,19 +135,19 @@ TEST(EditSessionFlow, FailedBackgroundWriteShowsErrorAndStaysPending)
 {
     OpenSite open;
     open.type(u"<h1>Home, typed</h1>\n");
-    std::filesystem::remove(open.site.path() / "index.html");
-    std::filesystem::create_directory(open.site.path() / "index.html");
+    std::optional<FileSizeLimit> limit(std::in_place, 4);
 
     open.scheduler.advance(WorkspaceStore::autosaveDelay);
     open.scheduler.runBackgroundWorkAndDeliver();
+    limit.reset();
 
     ASSERT_TRUE(open.store.errorMessage().get());
     EXPECT_NE(open.store.errorMessage()->value_or("").find("index.html"), std::string::npos);
     EXPECT_EQ(open.store.editStateDescription(), "Pending autosave");
     EXPECT_EQ(open.scheduler.pendingTimerCount(), 0u);
 
-    // The next change tries again.
-    std::filesystem::remove(open.site.path() / "index.html");
+    // The file is as it was, and the next change tries again.
+    EXPECT_EQ(open.site.read("index.html"), "<h1>Home</h1>\n");
     open.type(u"<h1>Home, typed again</h1>\n");
     open.scheduler.advance(WorkspaceStore::autosaveDelay);
     open.scheduler.runBackgroundWorkAndDeliver();

@@ -71,6 +71,11 @@ HeldPorts::HeldPorts(std::uint16_t first, std::uint16_t count)
 {
     for (std::uint16_t port = first; port < first + count; ++port) {
         int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        // A port the previous test's server just closed lingers in TIME_WAIT; the dev server
+        // would take it again, so the test must too.
+        int reuse = 1;
+        if (descriptor >= 0)
+            setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
         sockaddr_in address {};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
