@@ -178,7 +178,7 @@ EditorPane::Header EditorPane::makeHeader(HeaderForm form)
     gtk_widget_set_valign(fileLabel, GTK_ALIGN_CENTER);
     gtk_widget_set_hexpand(fileLabel, TRUE);
     header.titleLabel = makeLabel({ "caption-heading" });
-    header.pathLabel = makeLabel({ "caption", "dim-label", "quillory-editor-path" });
+    header.pathLabel = makeLabel({ "caption", "dim-label" });
     for (GtkLabel* label : { header.titleLabel, header.pathLabel }) {
         gtk_label_set_ellipsize(label, PANGO_ELLIPSIZE_END);
         gtk_label_set_width_chars(label, 5);
