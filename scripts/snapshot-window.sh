@@ -5,8 +5,10 @@
 # settings-window.png (the settings window in Dark with the "Leaf" accent),
 # git-status-strip.png and git-details-sheet.png (the Git state under the panes and its details),
 # live-fetch-window.png and live-fetch-sheet.png (a page fetched from a loopback server, opened),
-# vite-react-window.png (the Vite React fixture running in the dev server, fenced), and
-# source-editor-window.png (the coloured editor with a fold and the find bar).
+# vite-react-window.png (the Vite React fixture running in the dev server, fenced),
+# source-editor-window.png (the coloured editor with a fold and the find bar), and editor-pane.png
+# and editor-pane-expanded.png (the editor header, compact beside the preview and expanded when
+# wide, over a page with changes).
 # Usage: scripts/snapshot-window.sh [build-dir]
 set -eu
 cd "$(dirname "$0")/.."
@@ -22,5 +24,7 @@ QUILLORY_PREVIEW_SNAPSHOT="$PWD/docs/preview-window.png" \
   QUILLORY_LIVE_FETCH_SHEET_SNAPSHOT="$PWD/docs/live-fetch-sheet.png" \
   QUILLORY_VITE_REACT_SNAPSHOT="$PWD/docs/vite-react-window.png" \
   QUILLORY_SOURCE_EDITOR_SNAPSHOT="$PWD/docs/source-editor-window.png" \
+  QUILLORY_EDITOR_PANE_SNAPSHOT="$PWD/docs/editor-pane.png" \
+  QUILLORY_EDITOR_PANE_EXPANDED_SNAPSHOT="$PWD/docs/editor-pane-expanded.png" \
   xvfb-run -a -s "-screen 0 1920x1200x24" dbus-run-session -- \
-  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*:FrontendDevServerWindowOnScreen.*:SourceEditorWindowOnScreen.ScreenCaptureShowsTheColouredEditorWithAFoldAndTheFindBar'
+  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*:FrontendDevServerWindowOnScreen.*:SourceEditorWindowOnScreen.ScreenCaptureShowsTheColouredEditorWithAFoldAndTheFindBar:EditorPaneOnScreen.ScreenCaptureShowsThePaneWithChanges'

@@ -1,12 +1,12 @@
 #include "QuilloryApp/Shell/EditorPreviewView.h"
 
 #include "QuilloryApp/Brightloop/BrightloopStore.h"
-#include "QuilloryApp/Formatter/FormatDocumentButton.h"
+#include "QuilloryApp/Editor/EditorPane.h"
+#include "QuilloryApp/Editor/SourceEditorView.h"
 #include "QuilloryApp/Inspection/PageInspectionStore.h"
 #include "QuilloryApp/Preview/PreviewPane.h"
 #include "QuilloryApp/Shell/IconNames.h"
 #include "QuilloryApp/Shell/ProtectedHSplitView.h"
-#include "QuilloryApp/Editor/SourceEditorView.h"
 #include "QuilloryApp/Shell/StatusStripView.h"
 #include "QuilloryApp/Shell/WorkspacePlaceholderView.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
@@ -25,13 +25,7 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     : m_store(store)
     , m_root(GRef<GtkWidget>::adopt(GTK_WIDGET(g_object_ref_sink(gtk_stack_new()))))
     , m_placeholder(std::make_unique<WorkspacePlaceholderView>(store))
-    , m_sourceEditor(std::make_unique<SourceEditorView>(store.editorText(), [this](std::u16string text) {
-        m_store.setEditorText(std::move(text));
-        m_store.editorTextDidChange();
-        // The text's own notification came before the session took the change.
-        showEditState();
-    }))
-    , m_formatDocumentButton(std::make_unique<FormatDocumentButton>(store))
+    , m_editorPane(std::make_unique<EditorPane>(store))
     , m_statusStrip(std::make_unique<StatusStripView>(store))
     , m_previewPane(std::make_unique<PreviewPane>(store.brightloopStore()))
 {
@@ -42,7 +36,7 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     m_documentContent = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(m_documentContent), makeDiskChangeBar());
     // The editor leads and the rendering trails; neither can be dragged below its minimum.
-    m_split = std::make_unique<ProtectedHSplitView>(560, 660, 520, makeEditorPane(), m_previewPane->widget());
+    m_split = std::make_unique<ProtectedHSplitView>(560, 660, 520, m_editorPane->widget(), m_previewPane->widget());
     gtk_widget_set_vexpand(m_split->widget(), TRUE);
     gtk_box_append(GTK_BOX(m_documentContent), m_split->widget());
     gtk_box_append(GTK_BOX(m_documentContent), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
@@ -51,32 +45,21 @@ EditorPreviewView::EditorPreviewView(WorkspaceStore& store)
     gtk_stack_add_named(GTK_STACK(root), m_placeholder->widget(), placeholderPageName);
 
     showSelection();
-    showEditState();
     updatePreview();
     showDiskConflict();
-    m_connections.observe(store.diskConflict(), [this] {
-        showDiskConflict();
-        showEditState();
-    });
+    m_connections.observe(store.diskConflict(), [this] { showDiskConflict(); });
     m_connections.observe(store.selectedPageID(), [this] {
         showSelection();
-        showEditState();
         updatePreview();
     });
     m_connections.observe(store.editableDocuments(), [this] { showSelection(); });
     m_connections.observe(store.siteMap(), [this] { updatePreview(); });
-    // The edit state changes with typing, with loads, and when an autosave completes, which
-    // renews the reload token.
     m_connections.observe(store.editorText(), [this] {
-        showEditState();
         // Typing changes nothing the preview shows until it autosaves; only the empty state follows it.
         if (m_store.editorText()->empty() != m_previewShowsEmptyPage)
             updatePreview();
     });
-    m_connections.observe(store.previewReloadToken(), [this] {
-        showEditState();
-        updatePreview();
-    });
+    m_connections.observe(store.previewReloadToken(), [this] { updatePreview(); });
 
     const BrightloopStore& brightloop = store.brightloopStore();
     m_connections.observe(brightloop.modeEnabled(), [this] { updatePreview(); });
@@ -97,47 +80,24 @@ EditorPreviewView::~EditorPreviewView()
     m_connections.disconnectAll();
 }
 
-GtkWidget* EditorPreviewView::makeEditorPane()
+SourceEditorView& EditorPreviewView::sourceEditor() const
 {
-    GtkWidget* pane = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_widget_add_css_class(pane, "quillory-editor-pane");
-    gtk_widget_set_vexpand(pane, TRUE);
-    // The editor's actions stand in a row above it.
-    GtkWidget* header = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    gtk_widget_set_halign(m_formatDocumentButton->widget(), GTK_ALIGN_END);
-    gtk_widget_set_hexpand(m_formatDocumentButton->widget(), TRUE);
-    gtk_widget_set_margin_start(header, 12);
-    gtk_widget_set_margin_end(header, 12);
-    gtk_widget_set_margin_top(header, 6);
-    gtk_widget_set_margin_bottom(header, 6);
-    gtk_box_append(GTK_BOX(header), m_formatDocumentButton->widget());
-    gtk_box_append(GTK_BOX(pane), header);
-    gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
-    gtk_box_append(GTK_BOX(pane), m_sourceEditor->widget());
+    return m_editorPane->sourceEditor();
+}
 
-    m_editStateLabel = GTK_LABEL(gtk_label_new(nullptr));
-    gtk_label_set_xalign(m_editStateLabel, 0.0f);
-    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "caption");
-    gtk_widget_add_css_class(GTK_WIDGET(m_editStateLabel), "dim-label");
-    gtk_widget_set_margin_start(GTK_WIDGET(m_editStateLabel), 12);
-    gtk_widget_set_margin_end(GTK_WIDGET(m_editStateLabel), 12);
-    gtk_widget_set_margin_top(GTK_WIDGET(m_editStateLabel), 6);
-    gtk_widget_set_margin_bottom(GTK_WIDGET(m_editStateLabel), 6);
-    gtk_widget_set_hexpand(GTK_WIDGET(m_editStateLabel), TRUE);
-    // The caret's place, "Ln 12, Col 7", at the line's other end.
-    m_caretStatusLabel = GTK_LABEL(gtk_label_new(nullptr));
-    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "caption");
-    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "dim-label");
-    gtk_widget_add_css_class(GTK_WIDGET(m_caretStatusLabel), "numeric");
-    gtk_widget_set_margin_end(GTK_WIDGET(m_caretStatusLabel), 12);
-    GtkWidget* statusLine = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    gtk_box_append(GTK_BOX(statusLine), GTK_WIDGET(m_editStateLabel));
-    gtk_box_append(GTK_BOX(statusLine), GTK_WIDGET(m_caretStatusLabel));
-    gtk_box_append(GTK_BOX(pane), gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
-    gtk_box_append(GTK_BOX(pane), statusLine);
-    showCaretStatus();
-    m_connections.observe(m_sourceEditor->status(), [this] { showCaretStatus(); });
-    return pane;
+GtkLabel* EditorPreviewView::editStateLabel() const
+{
+    return m_editorPane->editStateLabel();
+}
+
+FormatDocumentButton& EditorPreviewView::formatDocumentButton() const
+{
+    return m_editorPane->formatDocumentButton();
+}
+
+GtkLabel* EditorPreviewView::caretStatusLabel() const
+{
+    return m_editorPane->caretStatusLabel();
 }
 
 GtkWidget* EditorPreviewView::makeDiskChangeBar()
@@ -174,8 +134,6 @@ bool EditorPreviewView::isShowingDocument() const
 
 void EditorPreviewView::showSelection()
 {
-    // A command meant for the previous document must not reach the next one.
-    m_sourceEditor->setDocumentID(m_store.selectedPageID().get());
     bool hasDocument = m_store.selectedDocument().has_value();
     gtk_stack_set_visible_child_name(GTK_STACK(m_root.get()), hasDocument ? documentPageName : placeholderPageName);
 }
@@ -241,22 +199,11 @@ void EditorPreviewView::selectCandidate(const BrightloopCandidate& candidate)
         return;
     // The range goes to the selected document as it stands; the candidate's own path isn't compared.
     const auto& range = *candidate.sourceRange;
-    m_sourceEditor->requestCommand(SourceEditorCommandRequest {
+    sourceEditor().requestCommand(SourceEditorCommandRequest {
         UUID::random(),
         document->relativePath,
         SourceEditorCommand::selectUTF16Range(static_cast<std::int64_t>(range.utf16Start), static_cast<std::int64_t>(range.utf16Length)),
     });
-}
-
-void EditorPreviewView::showCaretStatus()
-{
-    char text[48];
-    gtk_label_set_text(m_caretStatusLabel, std::string(m_sourceEditor->status().get().format(text, sizeof text)).c_str());
-}
-
-void EditorPreviewView::showEditState()
-{
-    gtk_label_set_text(m_editStateLabel, m_store.editStateDescription().c_str());
 }
 
 }

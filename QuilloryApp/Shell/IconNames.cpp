@@ -46,6 +46,11 @@ constexpr std::array mappings {
     IconMapping { "paintbrush", "applications-graphics-symbolic" },
     IconMapping { "number", "quillory-number-symbolic" },
     IconMapping { "questionmark.square", "dialog-question-symbolic" },
+    // Editor pane: the header's actions, the undo menu and the blank page's image.
+    IconMapping { "arrow.down.to.line.compact", "go-bottom-symbolic" },
+    IconMapping { "doc.text.magnifyingglass", "edit-find-symbolic" },
+    IconMapping { "arrow.uturn.backward", "edit-undo-symbolic" },
+    IconMapping { "chevron.down", "pan-down-symbolic" },
     // Main menu and settings.
     IconMapping { "line.3.horizontal", "open-menu-symbolic" },
     IconMapping { "gearshape", "emblem-system-symbolic" },

@@ -1,7 +1,9 @@
 #include "QuilloryApp/Shell/WindowActions.h"
 
+#include "QuilloryApp/Editor/EditorPane.h"
 #include "QuilloryApp/Editor/FindCommands.h"
 #include "QuilloryApp/Shell/ContentView.h"
+#include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Support/GRef.h"
 #include "QuilloryApp/Workspace/AppInfo.h"
@@ -47,6 +49,7 @@ const std::vector<WindowShortcut>& ownShortcuts()
         { "win.open-site", { "<Control>o" }, "Open Site", "Site" },
         { "win.new-page", { "<Control>n" }, "New Page", "Site" },
         { "win.refresh-preview", { "<Control>r", "F5" }, "Refresh Preview", "Preview" },
+        { "win.jump-to-line", { "<Control>l" }, "Jump to Line", "Editor" },
         { MainMenu::preferencesDetailedAction, { MainMenu::preferencesAccelerator }, "Preferences", "General" },
         { "win.show-shortcuts", { "<Control>question" }, "Keyboard Shortcuts", "General" },
         { "app.quit", { "<Control>q" }, "Quit", "General" },
@@ -78,6 +81,9 @@ WindowActions::WindowActions(GtkApplication* application, GtkWindow* window, Con
     addAction(windowMap, "win.open-site", G_CALLBACK(+[](WindowActions* self) { self->m_contentView.openSite(); }), this);
     m_newPage = addAction(windowMap, "win.new-page", G_CALLBACK(+[](WindowActions* self) { self->m_contentView.showNewPageSheet(); }), this);
     m_refreshPreview = addAction(windowMap, "win.refresh-preview", G_CALLBACK(+[](WindowActions* self) { self->m_store.refreshPreview(); }), this);
+    m_jumpToLine = addAction(windowMap, "win.jump-to-line", G_CALLBACK(+[](WindowActions* self) {
+        self->m_contentView.editorPreview().editorPane().focusLineField();
+    }), this);
     addAction(windowMap, "win.show-shortcuts", G_CALLBACK(+[](WindowActions* self) {
         gtk_window_present(makeShortcutsWindow(self->m_window.get()));
     }), this);
@@ -103,7 +109,7 @@ WindowActions::~WindowActions()
     m_connections.disconnectAll();
     // The application outlives the window; its quit action must not reach this object any more.
     g_action_map_remove_action(G_ACTION_MAP(m_application), "quit");
-    for (const char* name : { "open-site", "new-page", "refresh-preview", "show-shortcuts", "about" }) {
+    for (const char* name : { "open-site", "new-page", "refresh-preview", "jump-to-line", "show-shortcuts", "about" }) {
         if (GAction* action = g_action_map_lookup_action(G_ACTION_MAP(m_window.get()), name))
             g_signal_handlers_disconnect_by_data(action, this);
     }
@@ -112,6 +118,7 @@ WindowActions::~WindowActions()
 void WindowActions::updateEnabledStates()
 {
     g_simple_action_set_enabled(m_refreshPreview, m_store.selectedPage().has_value());
+    g_simple_action_set_enabled(m_jumpToLine, m_store.selectedDocument().has_value());
     g_simple_action_set_enabled(m_newPage, m_store.rootURL().get().has_value());
 }
 

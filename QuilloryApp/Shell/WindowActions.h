@@ -23,8 +23,8 @@ struct WindowShortcut {
     std::string group;
 };
 
-// The main window's own commands (open a site, a new page, refresh the preview, quit, the shortcuts
-// window, About) as actions with accelerators, installed on the window and the application. The actions
+// The main window's own commands (open a site, a new page, refresh the preview, the editor's line
+// field, quit, the shortcuts window, About) as actions with accelerators, installed on the window and the application. The actions
 // live as long as the window; their enabled states follow the store.
 class WindowActions {
 public:
@@ -50,6 +50,7 @@ private:
     WorkspaceStore& m_store;
     GSimpleAction* m_newPage { nullptr };
     GSimpleAction* m_refreshPreview { nullptr };
+    GSimpleAction* m_jumpToLine { nullptr };
     ViewConnections m_connections;
 };
 

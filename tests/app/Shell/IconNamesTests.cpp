@@ -42,3 +42,15 @@ TEST(IconNames, PreviewPaneAndCandidateRailImagesAreMapped)
     EXPECT_STREQ(IconNames::symbolic("number"), "quillory-number-symbolic");
     EXPECT_STREQ(IconNames::symbolic("square.dashed"), "quillory-square-dashed-symbolic");
 }
+
+TEST(IconNames, EditorPaneImagesAreMapped)
+{
+    // The header's jump, diff and undo actions and the undo menu's chevron; "Revert Page" shows the
+    // restore image of the Git details, and the blank page the document image of the sidebar.
+    EXPECT_STREQ(IconNames::symbolic("arrow.down.to.line.compact"), "go-bottom-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("doc.text.magnifyingglass"), "edit-find-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("arrow.uturn.backward"), "edit-undo-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("chevron.down"), "pan-down-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("arrow.counterclockwise"), "document-revert-symbolic");
+    EXPECT_STREQ(IconNames::symbolic("doc.text"), "text-x-generic-symbolic");
+}

@@ -1,4 +1,7 @@
+#include "QuilloryApp/Editor/EditorPane.h"
 #include "QuilloryApp/Editor/FindCommands.h"
+#include "QuilloryApp/Editor/SourceEditorView.h"
+#include "QuilloryApp/Shell/EditorPreviewView.h"
 #include "QuilloryApp/Shell/ContentView.h"
 #include "QuilloryApp/Shell/MainMenu.h"
 #include "QuilloryApp/Shell/QuilloryApplication.h"
@@ -7,6 +10,7 @@
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "app/support/MainLoopWaiting.h"
 #include "app/support/ViewTestSupport.h"
+#include "app/support/XTestKeyboard.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -69,9 +73,25 @@ struct ActionWindow {
         return result;
     }
 
+    // Opens a site of one page holding `indexText`.
+    void open(const TemporaryDirectory& site, const std::string& indexText = "<h1>Home</h1>\n")
+    {
+        site.write("index.html", indexText);
+        harness.store.loadWorkspace(site.path());
+        drainMainLoop();
+    }
+
     bool isEnabled(const char* localName) const
     {
         return g_action_group_get_action_enabled(G_ACTION_GROUP(window), localName);
+    }
+
+    // Whether the keyboard focus is in the line field of the editor header's visible form.
+    bool lineFieldHasFocus() const
+    {
+        GtkWidget* focus = gtk_window_get_focus(GTK_WINDOW(window));
+        GtkWidget* field = GTK_WIDGET(content->editorPreview().editorPane().visibleHeader().lineField);
+        return focus && (focus == field || gtk_widget_is_ancestor(focus, field));
     }
 };
 
@@ -112,15 +132,63 @@ TEST(WindowActions, RefreshPreviewIsEnabledOnlyWithAPageSelected)
     EXPECT_TRUE(window.isEnabled("open-site"));
 
     TemporaryDirectory site;
-    site.write("index.html", "<h1>Home</h1>\n");
-    window.harness.store.loadWorkspace(site.path());
-    drainMainLoop();
+    window.open(site);
     EXPECT_TRUE(window.isEnabled("refresh-preview"));
     EXPECT_TRUE(window.isEnabled("new-page"));
 
     auto token = window.harness.store.previewReloadToken().get();
     g_action_group_activate_action(G_ACTION_GROUP(window.window), "refresh-preview", nullptr);
     EXPECT_NE(window.harness.store.previewReloadToken().get(), token);
+}
+
+TEST(WindowActions, JumpToLineNeedsADocumentAndPutsTheFocusInTheLineField)
+{
+    ActionWindow window;
+    EXPECT_EQ(window.accelerators("win.jump-to-line"), std::vector<std::string>({ "<Control>l" }));
+    EXPECT_FALSE(window.isEnabled("jump-to-line"));
+
+    TemporaryDirectory site;
+    window.open(site);
+    EXPECT_TRUE(window.isEnabled("jump-to-line"));
+    g_action_group_activate_action(G_ACTION_GROUP(window.window), "jump-to-line", nullptr);
+    EXPECT_TRUE(runMainLoopUntil([&] { return window.lineFieldHasFocus(); }));
+    // A popover left open would keep its grab of the keyboard past the window's end.
+    const auto& header = window.content->editorPreview().editorPane().visibleHeader();
+    if (GTK_IS_MENU_BUTTON(header.jumpButton)) {
+        gtk_menu_button_popdown(GTK_MENU_BUTTON(header.jumpButton));
+        drainMainLoop();
+    }
+}
+
+TEST(WindowActionsOnScreen, ControlLFromTheEditorOpensTheLineFieldAndReturnJumps)
+{
+    ActionWindow window;
+    FindCommands::install(GTK_WINDOW(window.window));
+    TemporaryDirectory site;
+    std::string text;
+    for (int line = 1; line <= 20; ++line)
+        text += "<p>" + std::to_string(line) + "</p>\n";
+    window.open(site, text);
+    auto& editor = window.content->editorPreview().sourceEditor();
+    // Beside the preview the header has its compact form, where the field waits in a popover.
+    const auto& header = window.content->editorPreview().editorPane().compactHeader();
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_widget_get_mapped(header.box); }));
+    XTestKeyboard keyboard(window.window);
+    ASSERT_TRUE(keyboard.isAvailable());
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_window_is_active(GTK_WINDOW(window.window)); }));
+    gtk_widget_grab_focus(GTK_WIDGET(editor.sourceView()));
+    ASSERT_TRUE(runMainLoopUntil([&] { return gtk_widget_has_focus(GTK_WIDGET(editor.sourceView())); }));
+
+    keyboard.press("<Control>l");
+    ASSERT_TRUE(runMainLoopUntil([&] { return window.lineFieldHasFocus(); }));
+    EXPECT_TRUE(gtk_widget_get_visible(GTK_WIDGET(gtk_menu_button_get_popover(GTK_MENU_BUTTON(header.jumpButton)))));
+    EXPECT_EQ(editor.bufferText().size(), text.size()) << "the keys went to the line field, not into the page";
+    keyboard.press("1");
+    keyboard.press("2");
+    keyboard.press("Return");
+    // Line 12 starts behind eleven lines of "<p>N</p>\n".
+    ASSERT_TRUE(runMainLoopUntil([&] { return editor.selectedUTF16Range() == Utf16Range { text.find("<p>12</p>"), 0 }; }));
+    EXPECT_TRUE(runMainLoopUntil([&] { return gtk_widget_has_focus(GTK_WIDGET(editor.sourceView())); }));
 }
 
 TEST(WindowActions, QuitWritesThePendingTextBeforeTheWindowCloses)
