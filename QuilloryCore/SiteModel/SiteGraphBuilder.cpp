@@ -2,6 +2,7 @@
 
 #include "QuilloryCore/Text/FilePaths.h"
 #include "QuilloryCore/SiteModel/SiteFolderWalk.h"
+#include "QuilloryCore/SiteModel/SitePageIndex.h"
 #include "QuilloryCore/SiteModel/SiteRouteResolver.h"
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/TextFile.h"
@@ -13,7 +14,6 @@
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace Quillory {
 
@@ -232,22 +232,14 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
         pages.emplace_back(std::move(relativePath), std::move(url), std::string());
     }
 
-    SiteRouteResolver resolver(root, pages);
-    constexpr std::uint32_t noPage = ~std::uint32_t { 0 };
-    // Pages are in path order, and a page's id is its path.
-    auto indexOf = [&](const SitePage* target) {
-        if (!target)
-            return noPage;
-        auto found = std::lower_bound(pages.begin(), pages.end(), target->id,
-                                      [](const SitePage& page, const std::string& id) { return page.relativePath < id; });
-        return static_cast<std::uint32_t>(found - pages.begin());
-    };
+    SitePageIndex pageIndex(pages);
+    constexpr auto noPage = SitePageIndex::notFound;
 
     // What an href means depends only on the folder of the page that holds it, and not even on
     // that when it begins with "/" or "#"; the pages of a folder link to much the same places
     // (menus, neighbours). So each href is resolved once per folder, or once, and remembered as
-    // the index of its page.
-    std::unordered_map<std::string, TargetsByHref> targetsByFolder;
+    // the position of its page. Folders are named by views into the pages' own paths.
+    std::unordered_map<std::string_view, TargetsByHref> targetsByFolder;
     TargetsByHref targetsFromAnywhere;
     // The page that last listed each page as its target, which makes duplicates a lookup.
     std::vector<std::uint32_t> listedBy(pages.size(), noPage);
@@ -258,13 +250,13 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
         page.title = pageTitle(text, page.relativePath);
         if (eachPageText)
             eachPageText(page, text);
-        auto& targetsFromFolder = targetsByFolder[std::string(parentFolder(page.relativePath))];
+        auto& targetsFromFolder = targetsByFolder[parentFolder(page.relativePath)];
         std::vector<std::string> targets;
         for (auto& href : linkExtractor.hrefs(text)) {
             auto& known = !href.empty() && (href.front() == '/' || href.front() == '#') ? targetsFromAnywhere : targetsFromFolder;
             auto found = known.find(std::string_view(href));
             if (found == known.end())
-                found = known.emplace(href, indexOf(resolver.page(href, page.relativePath))).first;
+                found = known.emplace(href, SiteRouteResolver::pagePosition(href, page.relativePath, pageIndex)).first;
             auto target = found->second;
             if (target != noPage && listedBy[target] != index) {
                 listedBy[target] = index;
@@ -274,13 +266,14 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
         linksByPageID.emplace_hint(linksByPageID.end(), page.id, std::move(targets));
     }
 
-    auto primaryTree = buildPrimaryTree(pages);
-    auto placedIDs = primaryTree.flattenedPageIDs();
-    std::unordered_set<std::string> placed(placedIDs.begin(), placedIDs.end());
+    auto primaryTree = buildPrimaryTree(pages, pageIndex);
+    std::vector<bool> placed(pages.size());
+    for (auto& id : primaryTree.flattenedPageIDs())
+        placed[pageIndex.find(id)] = true;
     std::vector<SitePage> unplacedPages;
-    for (auto& page : pages) {
-        if (!placed.contains(page.id))
-            unplacedPages.push_back(page);
+    for (std::size_t index = 0; index < pages.size(); ++index) {
+        if (!placed[index])
+            unplacedPages.push_back(pages[index]);
     }
 
     return SiteMap { std::move(root), std::move(pages), std::move(primaryTree), std::move(unplacedPages), std::move(linksByPageID) };
@@ -335,29 +328,25 @@ std::vector<std::string> SiteGraphBuilder::discoverHTMLPages(const std::filesyst
     return relativePaths;
 }
 
-PageTreeNode SiteGraphBuilder::buildPrimaryTree(const std::vector<SitePage>& pages)
+PageTreeNode SiteGraphBuilder::buildPrimaryTree(const std::vector<SitePage>& pages, const SitePageIndex& pageIndex)
 {
-    PageByPath pageByPath;
-    pageByPath.reserve(pages.size());
-    for (auto& page : pages)
-        pageByPath.emplace(page.relativePath, &page);
-
     // "index.htm" is not looked for at the root: without index.html the first page stands in.
     const SitePage* rootPage = nullptr;
-    if (auto index = pageByPath.find("index.html"); index != pageByPath.end())
-        rootPage = index->second;
+    if (auto index = pageIndex.find("index.html"); index != SitePageIndex::notFound)
+        rootPage = &pages[index];
     else if (!pages.empty())
         rootPage = &pages.front();
 
     std::optional<std::string> rootPageID;
     if (rootPage)
         rootPageID = rootPage->id;
-    auto children = childNodes("", pages, pageByPath, rootPageID);
+    auto children = childNodes("", pages, pages, pageIndex, rootPageID);
     return PageTreeNode(rootPage ? rootPage->title : "Site", rootPageID, std::move(children));
 }
 
 std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder, std::span<const SitePage> pages,
-                                                       const PageByPath& pageByPath, const std::optional<std::string>& excluding)
+                                                       const std::vector<SitePage>& allPages, const SitePageIndex& pageIndex,
+                                                       const std::optional<std::string>& excluding)
 {
     std::vector<PageTreeNode> nodes;
     for (auto& childFolder : immediateChildFolders(folder, pages)) {
@@ -368,15 +357,15 @@ std::vector<PageTreeNode> SiteGraphBuilder::childNodes(const std::string& folder
                                            [&](const SitePage& page) { return StringHelpers::startsWith(page.relativePath, childPrefix); });
 
         const SitePage* indexPage = nullptr;
-        if (auto index = pageByPath.find(childFolder + "/index.html"); index != pageByPath.end())
-            indexPage = index->second;
-        else if (auto indexHTM = pageByPath.find(childFolder + "/index.htm"); indexHTM != pageByPath.end())
-            indexPage = indexHTM->second;
+        if (auto index = pageIndex.find(childFolder + "/index.html"); index != SitePageIndex::notFound)
+            indexPage = &allPages[index];
+        else if (auto indexHTM = pageIndex.find(childFolder + "/index.htm"); indexHTM != SitePageIndex::notFound)
+            indexPage = &allPages[indexHTM];
 
         std::optional<std::string> indexPageID;
         if (indexPage)
             indexPageID = indexPage->id;
-        auto children = childNodes(childFolder, std::span<const SitePage>(below, beyond), pageByPath, indexPageID);
+        auto children = childNodes(childFolder, std::span<const SitePage>(below, beyond), allPages, pageIndex, indexPageID);
         nodes.emplace_back(indexPage ? indexPage->title : titleFromPath(childFolder), indexPageID, std::move(children));
     }
 

@@ -2,6 +2,7 @@
 
 #include "QuilloryCore/SiteModel/HTMLLinkExtractor.h"
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
+#include "QuilloryCore/SiteModel/SitePageIndex.h"
 
 #include <filesystem>
 #include <functional>
@@ -9,7 +10,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Quillory {
@@ -37,14 +37,15 @@ public:
     static std::string titleFromPath(std::string_view relativePath);
 
 private:
-    using PageByPath = std::unordered_map<std::string, const SitePage*>;
-
     static std::vector<std::string> discoverHTMLPages(const std::filesystem::path& root);
-    static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages);
+    // `pageIndex` indexes `pages`.
+    static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages, const SitePageIndex& pageIndex);
     // `pages` holds, in path order, at least every page below `folder`: pages that share a path
-    // prefix lie side by side in path order, so each folder looks only at its own.
+    // prefix lie side by side in path order, so each folder looks only at its own. `pageIndex`
+    // indexes `allPages`.
     static std::vector<PageTreeNode> childNodes(const std::string& folder, std::span<const SitePage> pages,
-                                                const PageByPath& pageByPath, const std::optional<std::string>& excluding);
+                                                const std::vector<SitePage>& allPages, const SitePageIndex& pageIndex,
+                                                const std::optional<std::string>& excluding);
     static std::vector<std::string> immediateChildFolders(const std::string& folder, std::span<const SitePage> pages);
 
     HTMLLinkExtractor linkExtractor;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <malloc.h>
+
+namespace QuilloryBench {
+
+// For benchmarks that free a large result between iterations: glibc would hand the freed memory
+// back to the system and fault it in again in the next iteration, which measures page faults
+// rather than the work. Freed memory stays with the process instead; blocks up to 32 MiB (the
+// largest threshold glibc accepts) come from the heap rather than from their own mapping.
+inline void keepFreedMemory()
+{
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+}
+
+}
