@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <type_traits>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
 #include <unordered_map>
@@ -39,17 +41,21 @@ std::vector<std::string_view> nonEmptyComponents(std::string_view path, char sep
 // by hand below with exactly their results: compiling and running ICU's matchers was a large part
 // of a site scan.
 
+// Each runs on UTF-16 code units, or on the bytes of a text that is ASCII alone, whose bytes are
+// its code units, with the same result.
+
 // Whether `text` holds `lowercaseLiteral` at `position`, ASCII letters in either case. No other
 // character folds to a letter of the literals used here.
-bool hasLiteral(std::u16string_view text, std::size_t position, std::u16string_view lowercaseLiteral)
+template<class Char>
+bool hasLiteral(std::basic_string_view<Char> text, std::size_t position, std::string_view lowercaseLiteral)
 {
     if (text.size() - position < lowercaseLiteral.size())
         return false;
     for (std::size_t index = 0; index < lowercaseLiteral.size(); ++index) {
         auto unit = text[position + index];
         auto expected = lowercaseLiteral[index];
-        bool isLetter = expected >= u'a' && expected <= u'z';
-        if (unit != expected && !(isLetter && unit == expected - (u'a' - u'A')))
+        bool isLetter = expected >= 'a' && expected <= 'z';
+        if (unit != expected && !(isLetter && unit == expected - ('a' - 'A')))
             return false;
     }
     return true;
@@ -58,12 +64,14 @@ bool hasLiteral(std::u16string_view text, std::size_t position, std::u16string_v
 // ICU's \b behind a word character: the end of the text, or a character that is neither a word
 // character ([\p{Alphabetic}\p{M}\p{Nd}\p{Pc}\u200c\u200d]) nor a combining or format character,
 // in front of which ICU sees no boundary.
-bool isWordEnd(std::u16string_view text, std::size_t position)
+template<class Char>
+bool isWordEnd(std::basic_string_view<Char> text, std::size_t position)
 {
     if (position == text.size())
         return true;
-    UChar32 character;
-    U16_GET(text.data(), 0, position, text.size(), character);
+    UChar32 character = static_cast<std::make_unsigned_t<Char>>(text[position]);
+    if constexpr (sizeof(Char) == 2)
+        U16_GET(text.data(), 0, position, text.size(), character);
     if (character < 0x80)
         return !((character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') || character == '_');
     if (u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) || u_charType(character) == U_FORMAT_CHAR)
@@ -75,18 +83,20 @@ bool isWordEnd(std::u16string_view text, std::size_t position)
 
 // The content of the first element `<name ...>content</name>`: the opening tag runs to its first
 // ">", the content to the first closing tag after it.
-std::optional<std::u16string_view> firstElementContent(std::u16string_view html, std::u16string_view openingName, std::u16string_view closingTag)
+template<class Char>
+std::optional<std::basic_string_view<Char>> firstElementContent(std::basic_string_view<Char> html, std::string_view openingName, std::string_view closingTag)
 {
-    for (auto start = html.find(u'<'); start != std::u16string_view::npos; start = html.find(u'<', start + 1)) {
+    constexpr auto none = std::basic_string_view<Char>::npos;
+    for (auto start = html.find(Char('<')); start != none; start = html.find(Char('<'), start + 1)) {
         auto nameEnd = start + 1 + openingName.size();
         if (!hasLiteral(html, start + 1, openingName) || !isWordEnd(html, nameEnd))
             continue;
         // Without a ">" or a closing tag behind this start there is none behind a later one.
-        auto tagEnd = html.find(u'>', nameEnd);
-        if (tagEnd == std::u16string_view::npos)
+        auto tagEnd = html.find(Char('>'), nameEnd);
+        if (tagEnd == none)
             return std::nullopt;
         auto contentStart = tagEnd + 1;
-        for (auto close = html.find(u'<', contentStart); close != std::u16string_view::npos; close = html.find(u'<', close + 1)) {
+        for (auto close = html.find(Char('<'), contentStart); close != none; close = html.find(Char('<'), close + 1)) {
             if (hasLiteral(html, close, closingTag))
                 return html.substr(contentStart, close - contentStart);
         }
@@ -96,14 +106,16 @@ std::optional<std::u16string_view> firstElementContent(std::u16string_view html,
 }
 
 // The text with every "<", one or more characters other than ">", and ">" removed.
-std::u16string removingTags(std::u16string_view text)
+template<class Char>
+std::basic_string<Char> removingTags(std::basic_string_view<Char> text)
 {
-    std::u16string result;
+    constexpr auto none = std::basic_string_view<Char>::npos;
+    std::basic_string<Char> result;
     result.reserve(text.size());
     std::size_t copiedUpTo = 0;
-    for (auto start = text.find(u'<'); start != std::u16string_view::npos; start = text.find(u'<', start + 1)) {
-        auto end = text.find(u'>', start + 1);
-        if (end == std::u16string_view::npos)
+    for (auto start = text.find(Char('<')); start != none; start = text.find(Char('<'), start + 1)) {
+        auto end = text.find(Char('>'), start + 1);
+        if (end == none)
             break;
         if (end == start + 1)
             continue;
@@ -115,19 +127,38 @@ std::u16string removingTags(std::u16string_view text)
     return result;
 }
 
-std::u16string replacingAmpersandEntities(std::u16string_view text)
+template<class Char>
+std::basic_string<Char> replacingAmpersandEntities(std::basic_string_view<Char> text)
 {
-    constexpr std::u16string_view entity = u"&amp;";
-    std::u16string result;
+    static constexpr Char entityUnits[] = { '&', 'a', 'm', 'p', ';' };
+    constexpr std::basic_string_view<Char> entity(entityUnits, std::size(entityUnits));
+    std::basic_string<Char> result;
     result.reserve(text.size());
     std::size_t copiedUpTo = 0;
-    for (auto found = text.find(entity); found != std::u16string_view::npos; found = text.find(entity, copiedUpTo)) {
+    for (auto found = text.find(entity); found != std::basic_string_view<Char>::npos; found = text.find(entity, copiedUpTo)) {
         result.append(text.substr(copiedUpTo, found - copiedUpTo));
-        result.push_back(u'&');
+        result.push_back(Char('&'));
         copiedUpTo = found + entity.size();
     }
     result.append(text.substr(copiedUpTo));
     return result;
+}
+
+template<class Char>
+std::string titleOf(std::basic_string_view<Char> html, std::string_view relativePath)
+{
+    // The first h1 wins over <title>, and an empty capture is kept rather than passed over.
+    auto capture = firstElementContent(html, "h1", "</h1>");
+    if (!capture)
+        capture = firstElementContent(html, "title", "</title>");
+    if (!capture)
+        return SiteGraphBuilder::titleFromPath(relativePath);
+
+    auto decoded = replacingAmpersandEntities(std::basic_string_view<Char>(removingTags(*capture)));
+    if constexpr (sizeof(Char) == 1)
+        return StringHelpers::trimmingWhitespaceAndNewlines(std::string_view(decoded));
+    else
+        return UnicodeText::utf8FromUTF16(StringHelpers::trimmingWhitespaceAndNewlines(std::u16string_view(decoded)));
 }
 
 // The first of the non-empty "/"-separated components, when there are at least two.
@@ -186,18 +217,6 @@ std::u16string widened(std::string_view bytes)
     return text;
 }
 
-// A page's text, as TextFile::readUTF8 gives it. Pages are nearly always ASCII, whose bytes are
-// its UTF-16 code units, so only other pages go through the strict converter; for one that isn't
-// UTF-8 the file reader is asked again, so that the build ends with its error.
-std::u16string pageText(const std::filesystem::path& url)
-{
-    auto bytes = TextFile::readBytes(url);
-    if (isASCII(bytes))
-        return widened(bytes);
-    if (auto text = UnicodeText::utf16FromUTF8(bytes))
-        return std::move(*text);
-    return TextFile::readUTF8(url);
-}
 
 // Looked up by string views, so that an href already seen costs no copy.
 struct HrefHash {
@@ -244,17 +263,33 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     // The page that last listed each page as its target, which makes duplicates a lookup.
     std::vector<std::uint32_t> listedBy(pages.size(), noPage);
     std::map<std::string, std::vector<std::string>> linksByPageID;
+    // One buffer of each kind serves every page.
+    std::string bytes;
+    std::vector<std::string> convertedHrefs;
+    std::vector<std::string_view> hrefs;
     for (std::uint32_t index = 0; index < pages.size(); ++index) {
         auto& page = pages[index];
-        auto text = pageText(page.url);
-        page.title = pageTitle(text, page.relativePath);
-        if (eachPageText)
-            eachPageText(page, text);
+        TextFile::readBytes(page.url, bytes);
+        // Pages are nearly always ASCII, whose bytes are their UTF-16 code units: the title and
+        // the links are found on the bytes themselves, unless a caller wants the text.
+        bool isASCIIPage = isASCII(bytes);
+        if (isASCIIPage && !eachPageText) {
+            page.title = asciiPageTitle(bytes, page.relativePath);
+            linkExtractor.asciiHrefs(bytes, hrefs);
+        } else {
+            // Text that isn't UTF-8 ends the build with the file reader's error.
+            auto text = isASCIIPage ? widened(bytes) : TextFile::decodeUTF8(bytes, page.url);
+            page.title = pageTitle(text, page.relativePath);
+            if (eachPageText)
+                eachPageText(page, text);
+            convertedHrefs = linkExtractor.hrefs(text);
+            hrefs.assign(convertedHrefs.begin(), convertedHrefs.end());
+        }
         auto& targetsFromFolder = targetsByFolder[parentFolder(page.relativePath)];
         std::vector<std::string> targets;
-        for (auto& href : linkExtractor.hrefs(text)) {
+        for (auto href : hrefs) {
             auto& known = !href.empty() && (href.front() == '/' || href.front() == '#') ? targetsFromAnywhere : targetsFromFolder;
-            auto found = known.find(std::string_view(href));
+            auto found = known.find(href);
             if (found == known.end())
                 found = known.emplace(href, SiteRouteResolver::pagePosition(href, page.relativePath, pageIndex)).first;
             auto target = found->second;
@@ -281,15 +316,12 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
 
 std::string SiteGraphBuilder::pageTitle(std::u16string_view html, std::string_view relativePath)
 {
-    // The first h1 wins over <title>, and an empty capture is kept rather than passed over.
-    auto capture = firstElementContent(html, u"h1", u"</h1>");
-    if (!capture)
-        capture = firstElementContent(html, u"title", u"</title>");
-    if (!capture)
-        return titleFromPath(relativePath);
+    return titleOf(html, relativePath);
+}
 
-    auto decoded = replacingAmpersandEntities(removingTags(*capture));
-    return UnicodeText::utf8FromUTF16(StringHelpers::trimmingWhitespaceAndNewlines(decoded));
+std::string SiteGraphBuilder::asciiPageTitle(std::string_view asciiHTML, std::string_view relativePath)
+{
+    return titleOf(asciiHTML, relativePath);
 }
 
 std::string SiteGraphBuilder::titleFromPath(std::string_view relativePath)

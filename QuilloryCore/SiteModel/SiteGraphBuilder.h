@@ -32,6 +32,8 @@ public:
     // titleFromPath. Tags are stripped, "&amp;" becomes "&", the ends are trimmed; an empty
     // capture stays empty. UTF-16 text in, UTF-8 out.
     static std::string pageTitle(std::u16string_view html, std::string_view relativePath);
+    // The same title of a text that holds ASCII alone, whose bytes are its UTF-16 code units.
+    static std::string asciiPageTitle(std::string_view asciiHTML, std::string_view relativePath);
     // A readable title from a relative path of a page or folder: "index.html" is "Home",
     // "docs/index.html" is "Docs", "getting-started_now" is "Getting Started Now".
     static std::string titleFromPath(std::string_view relativePath);

@@ -140,3 +140,42 @@ TEST(AtomicWrite, NewFileIsCreated)
 }
 
 }
+
+namespace {
+
+TEST(TextFile, ReadingIntoOneBufferGivesEachFileExactly)
+{
+    TemporaryDirectory folder;
+    std::string large(100000, 'x');
+    large[777] = '\0';
+    folder.write("large.html", large);
+    folder.write("small.html", "<p>small</p>");
+    folder.write("empty.html", "");
+
+    std::string buffer = "left over";
+    TextFile::readBytes(folder.path() / "large.html", buffer);
+    EXPECT_EQ(buffer, large);
+    TextFile::readBytes(folder.path() / "small.html", buffer);
+    EXPECT_EQ(buffer, "<p>small</p>");
+    TextFile::readBytes(folder.path() / "empty.html", buffer);
+    EXPECT_EQ(buffer, "");
+    EXPECT_EQ(TextFile::readBytes(folder.path() / "large.html"), large);
+}
+
+// Files whose size the system doesn't know in advance are read to their end.
+TEST(TextFile, FileWithoutAKnownSizeIsReadWhole)
+{
+    auto status = TextFile::readBytes("/proc/self/status");
+    EXPECT_NE(status.find("Name:"), std::string::npos);
+    EXPECT_NE(status.find("VmRSS:"), std::string::npos);
+}
+
+TEST(TextFile, ReadingIntoABufferFailsWithTheSystemReason)
+{
+    TemporaryDirectory folder;
+    std::string buffer;
+    EXPECT_THROW(TextFile::readBytes(folder.path() / "gone.html", buffer), FileReadError);
+    EXPECT_THROW(TextFile::readBytes(folder.path(), buffer), FileReadError);
+}
+
+}
