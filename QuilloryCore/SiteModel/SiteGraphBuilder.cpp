@@ -246,10 +246,10 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     // made. Links name pages by id, which is the path alone, so the resolver can be made before
     // any title is known, and each page is read once, for its title and its links together.
     std::vector<SitePage> pages;
-    for (auto& relativePath : discoverHTMLPages(root)) {
-        auto url = FilePaths::appending(root, relativePath);
-        pages.emplace_back(std::move(relativePath), std::move(url), std::string());
-    }
+    auto discovered = discoverHTMLPages(root);
+    pages.reserve(discovered.size());
+    for (auto& entry : discovered)
+        pages.emplace_back(std::move(entry.relativePath), std::move(entry.url), std::string());
 
     SitePageIndex pageIndex(pages);
     constexpr auto noPage = SitePageIndex::notFound;
@@ -348,16 +348,15 @@ std::string SiteGraphBuilder::titleFromPath(std::string_view relativePath)
     return title;
 }
 
-std::vector<std::string> SiteGraphBuilder::discoverHTMLPages(const std::filesystem::path& root)
+std::vector<SiteFolderWalk::Entry> SiteGraphBuilder::discoverHTMLPages(const std::filesystem::path& root)
 {
-    std::vector<std::string> relativePaths;
-    for (auto& entry : SiteFolderWalk::regularFiles(root, root, { "node_modules" })) {
-        auto extension = StringHelpers::asciiLowercased(FilePaths::pathExtension(entry.url.native()));
-        if (extension == "html" || extension == "htm")
-            relativePaths.push_back(std::move(entry.relativePath));
-    }
-    std::sort(relativePaths.begin(), relativePaths.end());
-    return relativePaths;
+    auto entries = SiteFolderWalk::regularFiles(root, root, { "node_modules" });
+    std::erase_if(entries, [](const SiteFolderWalk::Entry& entry) {
+        auto extension = StringHelpers::asciiLowercased(FilePaths::pathExtension(entry.relativePath));
+        return extension != "html" && extension != "htm";
+    });
+    std::sort(entries.begin(), entries.end(), [](const SiteFolderWalk::Entry& a, const SiteFolderWalk::Entry& b) { return a.relativePath < b.relativePath; });
+    return entries;
 }
 
 PageTreeNode SiteGraphBuilder::buildPrimaryTree(const std::vector<SitePage>& pages, const SitePageIndex& pageIndex)

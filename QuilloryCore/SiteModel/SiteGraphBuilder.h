@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuilloryCore/SiteModel/HTMLLinkExtractor.h"
+#include "QuilloryCore/SiteModel/SiteFolderWalk.h"
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
 #include "QuilloryCore/SiteModel/SitePageIndex.h"
 
@@ -39,7 +40,8 @@ public:
     static std::string titleFromPath(std::string_view relativePath);
 
 private:
-    static std::vector<std::string> discoverHTMLPages(const std::filesystem::path& root);
+    // The HTML pages below the standardized root, sorted by relative path.
+    static std::vector<SiteFolderWalk::Entry> discoverHTMLPages(const std::filesystem::path& root);
     // `pageIndex` indexes `pages`.
     static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages, const SitePageIndex& pageIndex);
     // `pages` holds, in path order, at least every page below `folder`: pages that share a path
