@@ -13,6 +13,7 @@
 #include <cstring>
 #include <iterator>
 #include <type_traits>
+#include <utility>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
 #include <unordered_map>
@@ -218,12 +219,74 @@ std::u16string widened(std::string_view bytes)
 }
 
 
-// Looked up by string views, so that an href already seen costs no copy.
-struct HrefHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view href) const { return std::hash<std::string_view>()(href); }
+// What each href meant in each folder: one flat table, with the hrefs' bytes kept one after
+// another in one string, so that each of a page's many lookups costs a hash and a comparison and
+// no entry is allocated on its own. Folders are numbered by the caller.
+class ResolvedHrefs {
+public:
+    static std::uint64_t hashOf(std::uint32_t folder, std::string_view href)
+    {
+        return std::hash<std::string_view>()(href) ^ (folder * 0x9E3779B97F4A7C15u);
+    }
+
+    // The remembered answer for `href` in `folder`, or null. `hash` is hashOf(folder, href).
+    const std::uint32_t* find(std::uint32_t folder, std::string_view href, std::uint64_t hash) const
+    {
+        if (m_slots.empty())
+            return nullptr;
+        for (auto slot = hash & slotMask(); m_slots[slot].keyOffset != empty; slot = (slot + 1) & slotMask()) {
+            auto& entry = m_slots[slot];
+            if (entry.hash == hash && entry.folder == folder && std::string_view(m_keys).substr(entry.keyOffset, entry.keyLength) == href)
+                return &entry.answer;
+        }
+        return nullptr;
+    }
+
+    // Remembers the answer for an href that find doesn't know, and gives it back.
+    std::uint32_t insert(std::uint32_t folder, std::string_view href, std::uint64_t hash, std::uint32_t answer)
+    {
+        // At most half full, so that a probe ends after a slot or two.
+        if (2 * (m_count + 1) > m_slots.size())
+            grow();
+        place({ hash, folder, answer, static_cast<std::uint32_t>(m_keys.size()), static_cast<std::uint32_t>(href.size()) });
+        m_keys.append(href);
+        ++m_count;
+        return answer;
+    }
+
+private:
+    static constexpr std::uint32_t empty = ~std::uint32_t { 0 };
+    struct Slot {
+        std::uint64_t hash { 0 };
+        std::uint32_t folder { 0 };
+        std::uint32_t answer { 0 };
+        std::uint32_t keyOffset { empty };
+        std::uint32_t keyLength { 0 };
+    };
+
+    std::size_t slotMask() const { return m_slots.size() - 1; }
+
+    void place(const Slot& entry)
+    {
+        auto slot = entry.hash & slotMask();
+        while (m_slots[slot].keyOffset != empty)
+            slot = (slot + 1) & slotMask();
+        m_slots[slot] = entry;
+    }
+
+    void grow()
+    {
+        auto old = std::exchange(m_slots, std::vector<Slot>(std::max<std::size_t>(16, 2 * m_slots.size())));
+        for (auto& entry : old) {
+            if (entry.keyOffset != empty)
+                place(entry);
+        }
+    }
+
+    std::vector<Slot> m_slots;
+    std::size_t m_count { 0 };
+    std::string m_keys;
 };
-using TargetsByHref = std::unordered_map<std::string, std::uint32_t, HrefHash, std::equal_to<>>;
 
 bool isIndexPagePath(std::string_view relativePath)
 {
@@ -257,9 +320,10 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     // What an href means depends only on the folder of the page that holds it, and not even on
     // that when it begins with "/" or "#"; the pages of a folder link to much the same places
     // (menus, neighbours). So each href is resolved once per folder, or once, and remembered as
-    // the position of its page. Folders are named by views into the pages' own paths.
-    std::unordered_map<std::string_view, TargetsByHref> targetsByFolder;
-    TargetsByHref targetsFromAnywhere;
+    // the position of its page. Folders are numbered from 1, named by views into the pages' own
+    // paths; 0 stands for anywhere.
+    ResolvedHrefs resolvedHrefs;
+    std::unordered_map<std::string_view, std::uint32_t> folderNumbers;
     // The page that last listed each page as its target, which makes duplicates a lookup.
     std::vector<std::uint32_t> listedBy(pages.size(), noPage);
     std::map<std::string, std::vector<std::string>> linksByPageID;
@@ -267,6 +331,7 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     std::string bytes;
     std::vector<std::string> convertedHrefs;
     std::vector<std::string_view> hrefs;
+    std::vector<std::uint32_t> targetPositions;
     for (std::uint32_t index = 0; index < pages.size(); ++index) {
         auto& page = pages[index];
         TextFile::readBytes(page.url, bytes);
@@ -285,19 +350,22 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
             convertedHrefs = linkExtractor.hrefs(text);
             hrefs.assign(convertedHrefs.begin(), convertedHrefs.end());
         }
-        auto& targetsFromFolder = targetsByFolder[parentFolder(page.relativePath)];
-        std::vector<std::string> targets;
+        auto folderNumber = folderNumbers.try_emplace(parentFolder(page.relativePath), folderNumbers.size() + 1).first->second;
+        targetPositions.clear();
         for (auto href : hrefs) {
-            auto& known = !href.empty() && (href.front() == '/' || href.front() == '#') ? targetsFromAnywhere : targetsFromFolder;
-            auto found = known.find(href);
-            if (found == known.end())
-                found = known.emplace(href, SiteRouteResolver::pagePosition(href, page.relativePath, pageIndex)).first;
-            auto target = found->second;
+            auto scope = !href.empty() && (href.front() == '/' || href.front() == '#') ? 0 : folderNumber;
+            auto hash = ResolvedHrefs::hashOf(scope, href);
+            auto known = resolvedHrefs.find(scope, href, hash);
+            auto target = known ? *known : resolvedHrefs.insert(scope, href, hash, SiteRouteResolver::pagePosition(href, page.relativePath, pageIndex));
             if (target != noPage && listedBy[target] != index) {
                 listedBy[target] = index;
-                targets.push_back(pages[target].id);
+                targetPositions.push_back(target);
             }
         }
+        std::vector<std::string> targets;
+        targets.reserve(targetPositions.size());
+        for (auto target : targetPositions)
+            targets.push_back(pages[target].id);
         linksByPageID.emplace_hint(linksByPageID.end(), page.id, std::move(targets));
     }
 

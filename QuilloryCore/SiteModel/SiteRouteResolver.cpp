@@ -260,19 +260,27 @@ std::string SiteRouteResolver::normalizeRelativePath(std::string path)
     // Most paths are already normal; they come back as they are without being taken apart.
     if (!hasEmptyOrDotComponent(path))
         return path;
+    // The kept pieces are written one after another, so a ".." takes back the last of them.
     // Dropping ".." at the top is what keeps any reference inside the site's folder.
-    std::vector<std::string_view> kept;
-    for (auto component : FilePaths::nonEmptyComponents(path)) {
-        if (component == ".")
+    std::string kept;
+    kept.reserve(path.size());
+    std::string_view rest(path);
+    while (!rest.empty()) {
+        auto slash = std::min(rest.find('/'), rest.size());
+        auto component = rest.substr(0, slash);
+        rest.remove_prefix(std::min(slash + 1, rest.size()));
+        if (component.empty() || component == ".")
             continue;
         if (component == "..") {
-            if (!kept.empty())
-                kept.pop_back();
+            auto lastSlash = kept.rfind('/');
+            kept.resize(lastSlash == std::string::npos ? 0 : lastSlash);
             continue;
         }
-        kept.push_back(component);
+        if (!kept.empty())
+            kept.push_back('/');
+        kept.append(component);
     }
-    return FilePaths::joinedComponents(kept, kept.size());
+    return kept;
 }
 
 void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
