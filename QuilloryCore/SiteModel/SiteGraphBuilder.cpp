@@ -4,6 +4,7 @@
 #include "QuilloryCore/SiteModel/SiteFolderWalk.h"
 #include "QuilloryCore/SiteModel/SitePageIndex.h"
 #include "QuilloryCore/SiteModel/SiteRouteResolver.h"
+#include "QuilloryCore/Text/FileDescriptor.h"
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UnicodeText.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <fcntl.h>
 #include <iterator>
 #include <type_traits>
 #include <utility>
@@ -332,9 +334,22 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
     std::vector<std::string> convertedHrefs;
     std::vector<std::string_view> hrefs;
     std::vector<std::uint32_t> targetPositions;
+    // Pages of one folder lie side by side in path order, so they are read through one
+    // descriptor of their folder. A folder that can't be opened leaves its pages to be read by
+    // their full paths, which fail with the reader's own error.
+    std::optional<std::string_view> openFolder;
+    FileDescriptor folderDescriptor(-1);
     for (std::uint32_t index = 0; index < pages.size(); ++index) {
         auto& page = pages[index];
-        TextFile::readBytes(page.url, bytes);
+        auto folder = parentFolder(page.relativePath);
+        if (folder != openFolder) {
+            openFolder = folder;
+            folderDescriptor.reset(::open(FilePaths::appending(root, folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        }
+        if (folderDescriptor.get() >= 0)
+            TextFile::readBytesAt(folderDescriptor.get(), page.relativePath.c_str() + (folder.empty() ? 0 : folder.size() + 1), page.url, bytes);
+        else
+            TextFile::readBytes(page.url, bytes);
         // Pages are nearly always ASCII, whose bytes are their UTF-16 code units: the title and
         // the links are found on the bytes themselves, unless a caller wants the text.
         bool isASCIIPage = isASCII(bytes);
@@ -350,7 +365,7 @@ SiteMap SiteGraphBuilder::build(const std::filesystem::path& rootURL, const Page
             convertedHrefs = linkExtractor.hrefs(text);
             hrefs.assign(convertedHrefs.begin(), convertedHrefs.end());
         }
-        auto folderNumber = folderNumbers.try_emplace(parentFolder(page.relativePath), folderNumbers.size() + 1).first->second;
+        auto folderNumber = folderNumbers.try_emplace(folder, folderNumbers.size() + 1).first->second;
         targetPositions.clear();
         for (auto href : hrefs) {
             auto scope = !href.empty() && (href.front() == '/' || href.front() == '#') ? 0 : folderNumber;

@@ -47,10 +47,15 @@ std::string readBytes(const std::filesystem::path& path)
 
 void readBytes(const std::filesystem::path& path, std::string& into)
 {
+    readBytesAt(AT_FDCWD, path.c_str(), path, into);
+}
+
+void readBytesAt(int folderDescriptor, const char* name, const std::filesystem::path& path, std::string& into)
+{
     auto fail = [&](int error) -> FileReadError {
         return FileReadError(path, "The file " + quotedFileName(path) + " couldn\u2019t be opened: " + systemReason(error) + ".");
     };
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    FileDescriptor file(::openat(folderDescriptor, name, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0)
         throw fail(errno);
     struct stat info { };

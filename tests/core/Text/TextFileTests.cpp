@@ -1,9 +1,11 @@
+#include "QuilloryCore/Text/FileDescriptor.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace Quillory;
@@ -176,6 +178,28 @@ TEST(TextFile, ReadingIntoABufferFailsWithTheSystemReason)
     std::string buffer;
     EXPECT_THROW(TextFile::readBytes(folder.path() / "gone.html", buffer), FileReadError);
     EXPECT_THROW(TextFile::readBytes(folder.path(), buffer), FileReadError);
+}
+
+}
+
+namespace {
+
+TEST(TextFile, ReadingByNameInAnOpenFolderGivesTheFileAndNamesItInErrors)
+{
+    TemporaryDirectory folder;
+    folder.write("docs/page.html", "<h1>Page</h1>");
+    FileDescriptor docs(::open((folder.path() / "docs").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_GE(docs.get(), 0);
+    std::string buffer;
+    TextFile::readBytesAt(docs.get(), "page.html", folder.path() / "docs/page.html", buffer);
+    EXPECT_EQ(buffer, "<h1>Page</h1>");
+    try {
+        TextFile::readBytesAt(docs.get(), "gone.html", folder.path() / "docs/gone.html", buffer);
+        FAIL();
+    } catch (const FileReadError& error) {
+        EXPECT_NE(std::string(error.what()).find("\u201Cgone.html\u201D"), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find("No such file or directory"), std::string::npos) << error.what();
+    }
 }
 
 }
