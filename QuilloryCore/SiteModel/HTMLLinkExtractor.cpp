@@ -22,11 +22,23 @@ namespace {
 
 // The matching runs on UTF-16 code units, or on bytes of a text that is ASCII alone, whose bytes
 // are its code units; every test below gives the same answer for either.
-template<class Char>
-bool isAttributeSpace(Char character)
+// White_Space among ASCII characters: tab to carriage return, and space.
+bool isASCIISpace(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+bool isAttributeSpace(char asciiCharacter)
+{
+    return isASCIISpace(asciiCharacter);
+}
+
+bool isAttributeSpace(char16_t character)
 {
     // No White_Space character lies outside the BMP, so a code unit can be tested on its own.
-    return u_hasBinaryProperty(static_cast<char16_t>(character), UCHAR_WHITE_SPACE);
+    if (character < 0x80)
+        return isASCIISpace(static_cast<char>(character));
+    return u_hasBinaryProperty(character, UCHAR_WHITE_SPACE);
 }
 
 bool isWordCharacter(UChar32 character)
@@ -250,9 +262,10 @@ void HTMLLinkExtractor::asciiHrefs(std::string_view asciiHTML, std::vector<std::
     into.clear();
     forEachLinkValue(asciiHTML, [&](std::size_t valueStart, std::size_t valueEnd) {
         auto value = asciiHTML.substr(valueStart, valueEnd - valueStart);
-        while (!value.empty() && StringHelpers::isWhitespaceOrNewline(static_cast<unsigned char>(value.front())))
+        // ASCII white space and line ends are the White_Space characters of ASCII.
+        while (!value.empty() && isASCIISpace(value.front()))
             value.remove_prefix(1);
-        while (!value.empty() && StringHelpers::isWhitespaceOrNewline(static_cast<unsigned char>(value.back())))
+        while (!value.empty() && isASCIISpace(value.back()))
             value.remove_suffix(1);
         into.push_back(value);
     });
