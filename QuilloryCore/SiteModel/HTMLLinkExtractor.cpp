@@ -20,9 +20,24 @@ namespace Quillory {
 
 namespace {
 
+// The matching runs on UTF-16 code units, or on bytes of a text that is ASCII alone, whose bytes
+// are its code units; every test below gives the same answer for either.
+// White_Space among ASCII characters: tab to carriage return, and space.
+bool isASCIISpace(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+bool isAttributeSpace(char asciiCharacter)
+{
+    return isASCIISpace(asciiCharacter);
+}
+
 bool isAttributeSpace(char16_t character)
 {
     // No White_Space character lies outside the BMP, so a code unit can be tested on its own.
+    if (character < 0x80)
+        return isASCIISpace(static_cast<char>(character));
     return u_hasBinaryProperty(character, UCHAR_WHITE_SPACE);
 }
 
@@ -40,6 +55,13 @@ bool isBoundaryTransparent(UChar32 character)
     if (character < 0x80)
         return false;
     return u_hasBinaryProperty(character, UCHAR_GRAPHEME_EXTEND) || u_charType(character) == U_FORMAT_CHAR;
+}
+
+bool isWordBoundary(std::string_view asciiText, std::size_t position)
+{
+    bool followingIsWord = position < asciiText.size() && isWordCharacter(asciiText[position]);
+    bool precedingIsWord = position > 0 && isWordCharacter(asciiText[position - 1]);
+    return followingIsWord != precedingIsWord;
 }
 
 bool isWordBoundary(std::u16string_view text, std::size_t position)
@@ -64,8 +86,15 @@ bool isWordBoundary(std::u16string_view text, std::size_t position)
     return followingIsWord != precedingIsWord;
 }
 
-// The first `character` at or after `from`, or the text's size. Four code units at a time: most of
-// a page is text between tags, and this search is most of the extractor's time.
+// The first `character` at or after `from`, or the text's size: most of a page is text between
+// tags, and this search is most of the extractor's time.
+std::size_t find(std::string_view text, char character, std::size_t from)
+{
+    auto found = text.find(character, from);
+    return found == std::string_view::npos ? text.size() : found;
+}
+
+// The same over code units, four at a time.
 std::size_t find(std::u16string_view text, char16_t character, std::size_t from)
 {
     constexpr std::uint64_t lowBits = 0x0001000100010001u;
@@ -91,13 +120,15 @@ std::size_t find(std::u16string_view text, char16_t character, std::size_t from)
     return text.size();
 }
 
-bool isQuote(char16_t character)
+template<class Char>
+bool isQuote(Char character)
 {
     return character == u'"' || character == u'\'';
 }
 
 // ASCII letters compared case-insensitively; no other character folds to a, e, f, h or r alone.
-bool isLetter(char16_t character, char lowercase)
+template<class Char>
+bool isLetter(Char character, char lowercase)
 {
     return (character | 0x20) == lowercase;
 }
@@ -110,7 +141,8 @@ struct LinkMatch {
 
 // The rest of a match whose "href" begins at `position`: spaces, "=", spaces, a quote, a value of
 // no quotes, a quote, and a ">" somewhere after it, which there isn't behind `lastClose`.
-std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t position, std::size_t lastClose)
+template<class Char>
+std::optional<LinkMatch> hrefAttributeAt(std::basic_string_view<Char> text, std::size_t position, std::size_t lastClose)
 {
     if (!isLetter(text[position], 'h') || !isLetter(text[position + 1], 'r') || !isLetter(text[position + 2], 'e')
         || !isLetter(text[position + 3], 'f') || !isWordBoundary(text, position))
@@ -118,7 +150,7 @@ std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t p
     auto index = position + 4;
     while (index < text.size() && isAttributeSpace(text[index]))
         ++index;
-    if (index == text.size() || text[index] != u'=')
+    if (index == text.size() || text[index] != '=')
         return std::nullopt;
     ++index;
     while (index < text.size() && isAttributeSpace(text[index]))
@@ -133,7 +165,7 @@ std::optional<LinkMatch> hrefAttributeAt(std::u16string_view text, std::size_t p
     auto valueEnd = index;
     if (valueEnd + 1 > lastClose)
         return std::nullopt;
-    auto tagEnd = find(text, u'>', valueEnd + 1);
+    auto tagEnd = find(text, Char('>'), valueEnd + 1);
     if (tagEnd == text.size())
         return std::nullopt;
     return LinkMatch { valueStart, valueEnd, tagEnd + 1 };
@@ -149,13 +181,14 @@ struct HrefSearch {
 };
 
 // The match that starts with the "<" at `start`, if any.
-std::optional<LinkMatch> linkAt(std::u16string_view text, std::size_t start, std::size_t lastClose, HrefSearch& search)
+template<class Char>
+std::optional<LinkMatch> linkAt(std::basic_string_view<Char> text, std::size_t start, std::size_t lastClose, HrefSearch& search)
 {
     if (start + 1 >= text.size() || !isLetter(text[start + 1], 'a') || !isWordBoundary(text, start + 2))
         return std::nullopt;
     // [^>]* runs to the first ">" and gives back from there, so the last "href" before that ">"
     // that completes a match is the one taken. The value itself may run past that ">".
-    auto firstClose = find(text, u'>', start + 2);
+    auto firstClose = find(text, Char('>'), start + 2);
     if (search.close != firstClose) {
         search = { firstClose, std::nullopt, std::nullopt };
         for (auto position = firstClose; position >= start + 2 + 4; --position) {
@@ -194,16 +227,16 @@ std::string utf8(std::u16string_view value)
 
 }
 
-template<class Found>
-void HTMLLinkExtractor::forEachLinkValue(std::u16string_view html, Found&& found)
+template<class Char, class Found>
+void HTMLLinkExtractor::forEachLinkValue(std::basic_string_view<Char> html, Found&& found)
 {
     // Every match ends with a ">", so none starts behind the last one.
-    auto lastClose = html.rfind(u'>');
-    if (lastClose == std::u16string_view::npos)
+    auto lastClose = html.rfind(Char('>'));
+    if (lastClose == std::basic_string_view<Char>::npos)
         return;
     HrefSearch search;
     std::size_t searchFrom = 0;
-    for (auto start = find(html, u'<', 0); start < lastClose; start = find(html, u'<', searchFrom)) {
+    for (auto start = find(html, Char('<'), 0); start < lastClose; start = find(html, Char('<'), searchFrom)) {
         auto match = linkAt(html, start, lastClose, search);
         if (!match) {
             searchFrom = start + 1;
@@ -222,6 +255,20 @@ std::vector<std::string> HTMLLinkExtractor::hrefs(std::u16string_view html) cons
         found.push_back(utf8(trimmed(html.substr(valueStart, valueEnd - valueStart), storage)));
     });
     return found;
+}
+
+void HTMLLinkExtractor::asciiHrefs(std::string_view asciiHTML, std::vector<std::string_view>& into) const
+{
+    into.clear();
+    forEachLinkValue(asciiHTML, [&](std::size_t valueStart, std::size_t valueEnd) {
+        auto value = asciiHTML.substr(valueStart, valueEnd - valueStart);
+        // ASCII white space and line ends are the White_Space characters of ASCII.
+        while (!value.empty() && isASCIISpace(value.front()))
+            value.remove_prefix(1);
+        while (!value.empty() && isASCIISpace(value.back()))
+            value.remove_suffix(1);
+        into.push_back(value);
+    });
 }
 
 std::vector<HTMLLinkExtractor::Link> HTMLLinkExtractor::links(std::u16string_view html) const

@@ -21,13 +21,16 @@ struct HTMLLinkExtractor {
     // exactly the group-1 captures of every match of the ICU expression
     // <a\b[^>]*\bhref\s*=\s*["']([^"']+)["'][^>]*> (case-insensitive) over the UTF-16 text.
     std::vector<std::string> hrefs(std::u16string_view html) const;
+    // The same hrefs of a text that holds ASCII alone, whose bytes are its UTF-16 code units, as
+    // views into it. `into` is cleared first, so that one vector serves many pages.
+    void asciiHrefs(std::string_view asciiHTML, std::vector<std::string_view>& into) const;
     // The same links as hrefs, each with the range of its trimmed value.
     std::vector<Link> links(std::u16string_view html) const;
 
 private:
     // Calls `found(valueStart, valueEnd)` for each match's untrimmed value, in text order.
-    template<class Found>
-    static void forEachLinkValue(std::u16string_view html, Found&& found);
+    template<class Char, class Found>
+    static void forEachLinkValue(std::basic_string_view<Char> html, Found&& found);
 };
 
 }

@@ -6,7 +6,13 @@
 #include "QuilloryCore/Text/UnicodeText.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace Quillory::SiteFolderWalk {
 
@@ -58,6 +64,72 @@ bool isInsideRealRoot(const std::filesystem::path& folder, const std::filesystem
     return rootEnd == realRoot.end();
 }
 
+// One folder of the walk: its entries in listing order, each folder entered as it is met, as a
+// deep walk does. `folderPath` is the folder's standardized path.
+class Walk {
+public:
+    Walk(const std::string& rootText, const std::vector<std::string_view>& skippedNames, std::vector<Entry>& entries)
+        : m_rootText(rootText)
+        , m_skippedNames(skippedNames)
+        , m_entries(entries)
+    {
+    }
+
+    // False once the walk has to end: a folder that can't be read for any reason but permission.
+    bool visit(int folderDescriptor, std::string& folderPath)
+    {
+        DIR* listing = ::fdopendir(folderDescriptor);
+        if (!listing) {
+            ::close(folderDescriptor);
+            return false;
+        }
+        struct Closing {
+            DIR* listing;
+            ~Closing() { ::closedir(listing); }
+        } closing { listing };
+        auto folderLength = folderPath.size();
+        for (;;) {
+            errno = 0;
+            auto* entry = ::readdir(listing);
+            if (!entry)
+                return errno == 0;
+            std::string name = entry->d_name;
+            if (name == "." || name == ".." || isSkipped(name, m_skippedNames))
+                continue;
+
+            folderPath.resize(folderLength);
+            if (folderPath.back() != '/')
+                folderPath.push_back('/');
+            folderPath.append(name);
+            // The type the listing gave is used where there is one, sparing a query per entry; a
+            // symbolic link is neither a regular file nor a folder to enter.
+            auto type = entry->d_type;
+            if (type == DT_UNKNOWN) {
+                struct stat status { };
+                if (::fstatat(::dirfd(listing), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+                    throw FileScanError("The file " + TextFile::quotedFileName(folderPath) + " couldn\u2019t be examined: " + std::strerror(errno) + ".");
+                type = S_ISREG(status.st_mode) ? DT_REG : S_ISDIR(status.st_mode) ? DT_DIR : DT_UNKNOWN;
+            }
+            if (type == DT_REG) {
+                m_entries.push_back({ relativePath(folderPath, m_rootText), std::filesystem::path(folderPath) });
+            } else if (type == DT_DIR) {
+                int child = ::openat(::dirfd(listing), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+                // Folders without permission are skipped; any other failure to go on (a folder
+                // that vanished mid-walk) ends the walk with what was found.
+                if (child < 0 && errno != EACCES && errno != EPERM)
+                    return false;
+                if (child >= 0 && !visit(child, folderPath))
+                    return false;
+            }
+        }
+    }
+
+private:
+    const std::string& m_rootText;
+    const std::vector<std::string_view>& m_skippedNames;
+    std::vector<Entry>& m_entries;
+};
+
 }
 
 std::vector<Entry> regularFiles(const std::filesystem::path& folder, const std::filesystem::path& standardizedRoot,
@@ -66,37 +138,15 @@ std::vector<Entry> regularFiles(const std::filesystem::path& folder, const std::
     // A walk that starts through a link (a "src" that links elsewhere) would list what lies there.
     if (!isInsideRealRoot(folder, standardizedRoot))
         return {};
-    // Symbolic links to folders are not followed (the iterator's default): a link can neither
-    // lead the walk out of the site nor into a cycle. A link to a file is not a regular file
-    // either, since its own type is read below, so the site is what is really in its folder.
-    std::error_code error;
-    std::filesystem::recursive_directory_iterator walk(folder, std::filesystem::directory_options::skip_permission_denied, error);
-    if (error)
+    // Symbolic links to folders are not followed: a link can neither lead the walk out of the
+    // site nor into a cycle. A link to a file is not a regular file either, so the site is what
+    // is really in its folder.
+    int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
         return {};
-
-    const auto& rootText = standardizedRoot.native();
     std::vector<Entry> entries;
-    for (const std::filesystem::recursive_directory_iterator end; walk != end;) {
-        const auto& entry = *walk;
-        if (isSkipped(entry.path().filename().native(), skippedNames)) {
-            walk.disable_recursion_pending();
-        } else {
-            // The type the folder listing gave is used where there is one, sparing a query per
-            // entry; a symbolic link is never taken for a regular file.
-            bool isRegularFile = !entry.is_symlink(error) && !error && entry.is_regular_file(error);
-            if (error)
-                throw FileScanError("The file " + TextFile::quotedFileName(entry.path()) + " couldn\u2019t be examined: " + error.message() + ".");
-            if (isRegularFile) {
-                auto url = FilePaths::standardized(entry.path());
-                entries.push_back({ relativePath(url.native(), rootText), std::move(url) });
-            }
-        }
-        walk.increment(error);
-        // Folders without permission are skipped; any other failure to go on (a folder that
-        // vanished mid-walk) ends the walk with what was found. Only an unreadable type is an error.
-        if (error)
-            break;
-    }
+    auto folderPath = FilePaths::standardized(folder).native();
+    Walk(standardizedRoot.native(), skippedNames, entries).visit(descriptor, folderPath);
     return entries;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "QuilloryCore/SiteModel/HTMLLinkExtractor.h"
+#include "QuilloryCore/SiteModel/SiteFolderWalk.h"
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
+#include "QuilloryCore/SiteModel/SitePageIndex.h"
 
 #include <filesystem>
 #include <functional>
@@ -9,7 +11,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Quillory {
@@ -32,19 +33,23 @@ public:
     // titleFromPath. Tags are stripped, "&amp;" becomes "&", the ends are trimmed; an empty
     // capture stays empty. UTF-16 text in, UTF-8 out.
     static std::string pageTitle(std::u16string_view html, std::string_view relativePath);
+    // The same title of a text that holds ASCII alone, whose bytes are its UTF-16 code units.
+    static std::string asciiPageTitle(std::string_view asciiHTML, std::string_view relativePath);
     // A readable title from a relative path of a page or folder: "index.html" is "Home",
     // "docs/index.html" is "Docs", "getting-started_now" is "Getting Started Now".
     static std::string titleFromPath(std::string_view relativePath);
 
 private:
-    using PageByPath = std::unordered_map<std::string, const SitePage*>;
-
-    static std::vector<std::string> discoverHTMLPages(const std::filesystem::path& root);
-    static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages);
+    // The HTML pages below the standardized root, sorted by relative path.
+    static std::vector<SiteFolderWalk::Entry> discoverHTMLPages(const std::filesystem::path& root);
+    // `pageIndex` indexes `pages`.
+    static PageTreeNode buildPrimaryTree(const std::vector<SitePage>& pages, const SitePageIndex& pageIndex);
     // `pages` holds, in path order, at least every page below `folder`: pages that share a path
-    // prefix lie side by side in path order, so each folder looks only at its own.
+    // prefix lie side by side in path order, so each folder looks only at its own. `pageIndex`
+    // indexes `allPages`.
     static std::vector<PageTreeNode> childNodes(const std::string& folder, std::span<const SitePage> pages,
-                                                const PageByPath& pageByPath, const std::optional<std::string>& excluding);
+                                                const std::vector<SitePage>& allPages, const SitePageIndex& pageIndex,
+                                                const std::optional<std::string>& excluding);
     static std::vector<std::string> immediateChildFolders(const std::string& folder, std::span<const SitePage> pages);
 
     HTMLLinkExtractor linkExtractor;

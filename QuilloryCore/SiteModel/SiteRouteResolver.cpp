@@ -130,16 +130,12 @@ SiteRouteResolver::SiteRouteResolver(const std::filesystem::path& rootURL, const
     auto realRoot = std::filesystem::canonical(m_rootURL, error);
     if (!error)
         m_realRootURL = std::move(realRoot);
-    auto pageByPath = std::make_shared<PageByPath>();
-    pageByPath->reserve(pages.size());
-    for (auto& page : pages) {
-        if (!pageByPath->emplace(page.relativePath, page).second) {
-            // A site map never holds one path twice; a caller that builds such a list is broken.
-            std::fprintf(stderr, "SiteRouteResolver: the page path \"%s\" occurs twice\n", page.relativePath.c_str());
-            std::abort();
-        }
+    m_pages = std::make_shared<const PageTable>(pages);
+    if (auto duplicate = m_pages->index.duplicatePath()) {
+        // A site map never holds one path twice; a caller that builds such a list is broken.
+        std::fprintf(stderr, "SiteRouteResolver: the page path \"%.*s\" occurs twice\n", static_cast<int>(duplicate->size()), duplicate->data());
+        std::abort();
     }
-    m_pageByPath = std::move(pageByPath);
 }
 
 SiteRouteResolver::SitePath SiteRouteResolver::sitePath(std::string_view requestPath, std::optional<std::string_view> from)
@@ -203,8 +199,10 @@ ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std:
         return answer(std::move(*settledKind), std::move(normalized));
     if (settledKind)
         return answer(std::move(*settledKind));
-    if (auto page = firstCandidatePage(normalized))
-        return answer(Kind::localPage(page->id), page->relativePath, page->url);
+    if (auto position = firstCandidatePosition(normalized, m_pages->index); position != SitePageIndex::notFound) {
+        auto& page = m_pages->pages[position];
+        return answer(Kind::localPage(page.id), page.relativePath, page.url);
+    }
 
     auto fileURL = FilePaths::standardized(FilePaths::appending(m_rootURL, normalized));
     if (isServableFile(fileURL))
@@ -213,6 +211,12 @@ ResolvedSiteResource SiteRouteResolver::resolve(std::string_view reference, std:
 }
 
 const SitePage* SiteRouteResolver::page(std::string_view reference, std::optional<std::string_view> from) const
+{
+    auto position = pagePosition(reference, from, m_pages->index);
+    return position == SitePageIndex::notFound ? nullptr : &m_pages->pages[position];
+}
+
+std::uint32_t SiteRouteResolver::pagePosition(std::string_view reference, std::optional<std::string_view> from, const SitePageIndex& pages)
 {
     // A reference that begins and ends with ASCII other than white space is trimmed already, and
     // is taken without a copy.
@@ -227,7 +231,7 @@ const SitePage* SiteRouteResolver::page(std::string_view reference, std::optiona
         requestPath = trimmed;
     }
     auto site = sitePath(requestPath, from);
-    return site.settledKind ? nullptr : firstCandidatePage(site.normalizedPath);
+    return site.settledKind ? SitePageIndex::notFound : firstCandidatePosition(site.normalizedPath, pages);
 }
 
 ResolvedSiteResource SiteRouteResolver::resolveURL(std::string_view url, std::optional<std::string_view> from) const
@@ -256,19 +260,27 @@ std::string SiteRouteResolver::normalizeRelativePath(std::string path)
     // Most paths are already normal; they come back as they are without being taken apart.
     if (!hasEmptyOrDotComponent(path))
         return path;
+    // The kept pieces are written one after another, so a ".." takes back the last of them.
     // Dropping ".." at the top is what keeps any reference inside the site's folder.
-    std::vector<std::string_view> kept;
-    for (auto component : FilePaths::nonEmptyComponents(path)) {
-        if (component == ".")
+    std::string kept;
+    kept.reserve(path.size());
+    std::string_view rest(path);
+    while (!rest.empty()) {
+        auto slash = std::min(rest.find('/'), rest.size());
+        auto component = rest.substr(0, slash);
+        rest.remove_prefix(std::min(slash + 1, rest.size()));
+        if (component.empty() || component == ".")
             continue;
         if (component == "..") {
-            if (!kept.empty())
-                kept.pop_back();
+            auto lastSlash = kept.rfind('/');
+            kept.resize(lastSlash == std::string::npos ? 0 : lastSlash);
             continue;
         }
-        kept.push_back(component);
+        if (!kept.empty())
+            kept.push_back('/');
+        kept.append(component);
     }
-    return FilePaths::joinedComponents(kept, kept.size());
+    return kept;
 }
 
 void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
@@ -284,32 +296,28 @@ void SiteRouteResolver::appendParentPath(std::string_view path, std::string& to)
         to.append(FilePaths::joinedComponents(components, components.size() - 1));
 }
 
-const SitePage* SiteRouteResolver::firstCandidatePage(const std::string& path) const
+std::uint32_t SiteRouteResolver::firstCandidatePosition(const std::string& path, const SitePageIndex& pages)
 {
-    auto pageAt = [&](std::string_view candidate) -> const SitePage* {
-        auto found = m_pageByPath->find(candidate);
-        return found == m_pageByPath->end() ? nullptr : &found->second;
-    };
-    auto firstWithSuffix = [&](std::initializer_list<std::string_view> suffixes) -> const SitePage* {
+    auto firstWithSuffix = [&](std::initializer_list<std::string_view> suffixes) {
         std::string candidate;
         candidate.reserve(path.size() + 11);
         for (auto suffix : suffixes) {
             candidate.assign(path).append(suffix);
-            if (auto page = pageAt(candidate))
-                return page;
+            if (auto position = pages.find(candidate); position != SitePageIndex::notFound)
+                return position;
         }
-        return nullptr;
+        return SitePageIndex::notFound;
     };
 
     if (path.empty())
-        return nullptr;
+        return SitePageIndex::notFound;
     // Normalised paths never end in "/"; the row stays so the lookup is complete for any path.
     if (path.back() == '/')
         return firstWithSuffix({ "index.html", "index.htm" });
-    if (auto page = pageAt(path))
-        return page;
+    if (auto position = pages.find(path); position != SitePageIndex::notFound)
+        return position;
     if (!FilePaths::pathExtension(path).empty())
-        return nullptr;
+        return SitePageIndex::notFound;
     return firstWithSuffix({ ".html", ".htm", "/index.html", "/index.htm" });
 }
 

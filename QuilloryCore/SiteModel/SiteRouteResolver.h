@@ -1,14 +1,14 @@
 #pragma once
 
 #include "QuilloryCore/SiteModel/SiteGraphModels.h"
+#include "QuilloryCore/SiteModel/SitePageIndex.h"
 
+#include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Quillory {
@@ -86,6 +86,9 @@ public:
     // kind; without the rest of the answer and without the file-system query that only a
     // reference that is no page needs. The page lives as long as this resolver.
     const SitePage* page(std::string_view reference, std::optional<std::string_view> from = std::nullopt) const;
+    // The same page for a caller that holds the pages itself: its position in the list that
+    // `pages` indexes, or SitePageIndex::notFound.
+    static std::uint32_t pagePosition(std::string_view reference, std::optional<std::string_view> from, const SitePageIndex& pages);
 
     // Resolves a URL: for the scheme quillory-site (any case, any host) its percent-decoded path,
     // "/" when empty; for any other URL its text as it stands.
@@ -102,12 +105,19 @@ public:
     bool leavesSite(const std::filesystem::path& url) const;
 
 private:
-    // Looked up by string views, so that a candidate path is probed without a copy.
-    struct PathHash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view path) const { return std::hash<std::string_view>()(path); }
+    // The pages and their index, made once and shared by every copy of the resolver.
+    struct PageTable {
+        explicit PageTable(const std::vector<SitePage>& pages_)
+            : pages(pages_)
+            , index(pages)
+        {
+        }
+        PageTable(const PageTable&) = delete;
+        PageTable& operator=(const PageTable&) = delete;
+
+        std::vector<SitePage> pages;
+        SitePageIndex index;
     };
-    using PageByPath = std::unordered_map<std::string, SitePage, PathHash, std::equal_to<>>;
 
     // A reference that resolves to a path inside the site, or the kind that ends resolution
     // before there is one (ignored, external, or missingLocalRoute for a path that the file
@@ -122,13 +132,14 @@ private:
     // Appends the parent of a "/"-separated path: all its non-empty components but the last,
     // joined with "/"; nothing when it has fewer than two.
     static void appendParentPath(std::string_view path, std::string& to);
-    // The first page among the candidate paths for a normalised path, in candidate order.
-    const SitePage* firstCandidatePage(const std::string& path) const;
+    // The position of the first page among the candidate paths for a normalised path, in
+    // candidate order, or SitePageIndex::notFound.
+    static std::uint32_t firstCandidatePosition(const std::string& path, const SitePageIndex& pages);
 
     std::filesystem::path m_rootURL;
     // The root with every symbolic link resolved; empty when the folder can't be found.
     std::filesystem::path m_realRootURL;
-    std::shared_ptr<const PageByPath> m_pageByPath;
+    std::shared_ptr<const PageTable> m_pages;
 };
 
 }

@@ -20,6 +20,13 @@ public:
     FileDescriptor& operator=(const FileDescriptor&) = delete;
 
     int get() const { return m_descriptor; }
+    // Closes the one held and holds `descriptor` instead.
+    void reset(int descriptor)
+    {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+        m_descriptor = descriptor;
+    }
     // Hands the descriptor to the caller, who closes it.
     int release()
     {

@@ -86,6 +86,9 @@ bool isWhitespaceOrNewline(char32_t character)
 {
     if ((character >= 0x09 && character <= 0x0D) || character == 0x85)
         return true;
+    // The one separator among ASCII characters is the space.
+    if (character < 0x80)
+        return character == 0x20;
     auto type = u_charType(static_cast<UChar32>(character));
     return type == U_SPACE_SEPARATOR || type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR;
 }

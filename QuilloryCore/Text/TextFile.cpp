@@ -4,6 +4,7 @@
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -39,10 +40,22 @@ std::string quotedFileName(const std::filesystem::path& path)
 
 std::string readBytes(const std::filesystem::path& path)
 {
+    std::string bytes;
+    readBytes(path, bytes);
+    return bytes;
+}
+
+void readBytes(const std::filesystem::path& path, std::string& into)
+{
+    readBytesAt(AT_FDCWD, path.c_str(), path, into);
+}
+
+void readBytesAt(int folderDescriptor, const char* name, const std::filesystem::path& path, std::string& into)
+{
     auto fail = [&](int error) -> FileReadError {
         return FileReadError(path, "The file " + quotedFileName(path) + " couldn\u2019t be opened: " + systemReason(error) + ".");
     };
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    FileDescriptor file(::openat(folderDescriptor, name, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0)
         throw fail(errno);
     struct stat info { };
@@ -50,12 +63,14 @@ std::string readBytes(const std::filesystem::path& path)
         throw fail(errno);
     if (S_ISDIR(info.st_mode))
         throw fail(EISDIR);
-    std::string bytes;
-    if (info.st_size > 0)
-        bytes.reserve(static_cast<std::size_t>(info.st_size));
-    char buffer[65536];
+    // Room for one byte more than the size: a file that hasn't grown is read by one call straight
+    // into place, and the next call finds its end. One that has grown gets more room as it needs.
+    into.resize(static_cast<std::size_t>(std::max<off_t>(info.st_size, 0)) + 1);
+    std::size_t filled = 0;
     for (;;) {
-        ssize_t count = ::read(file.get(), buffer, sizeof buffer);
+        if (filled == into.size())
+            into.resize(2 * into.size());
+        ssize_t count = ::read(file.get(), into.data() + filled, into.size() - filled);
         if (count < 0) {
             if (errno == EINTR)
                 continue;
@@ -63,9 +78,9 @@ std::string readBytes(const std::filesystem::path& path)
         }
         if (count == 0)
             break;
-        bytes.append(buffer, static_cast<std::size_t>(count));
+        filled += static_cast<std::size_t>(count);
     }
-    return bytes;
+    into.resize(filled);
 }
 
 std::u16string readUTF8(const std::filesystem::path& path)

@@ -17,6 +17,13 @@ std::u16string decodeUTF8(std::string_view bytes, const std::filesystem::path&);
 
 // Reads a whole file's bytes, unconverted. Throws FileReadError.
 std::string readBytes(const std::filesystem::path&);
+// The same into `into`, replacing what it held and reusing its storage, for a caller that reads
+// many files one after another.
+void readBytes(const std::filesystem::path&, std::string& into);
+// The same for the file `name` in the folder open as `folderDescriptor`, which spares the system
+// walking the whole path again for each file of one folder; `path` is the file's full path,
+// which errors name.
+void readBytesAt(int folderDescriptor, const char* name, const std::filesystem::path& path, std::string& into);
 
 // Writes text as UTF-8 atomically: a temporary file in the same folder is written, flushed to
 // disk and renamed over the target, which keeps its permission bits. On failure the target is

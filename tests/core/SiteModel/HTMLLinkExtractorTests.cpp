@@ -220,3 +220,41 @@ TEST(HTMLLinkExtractor, LinksCarryTheRangeOfTheirTrimmedValue)
         hrefs.push_back(link.href);
     EXPECT_EQ(hrefs, HTMLLinkExtractor().hrefs(html));
 }
+
+namespace {
+
+// A text of ASCII alone is matched on its bytes; the hrefs must be those of its UTF-16 form.
+void expectASCIIHrefsAsHrefs(const std::u16string& text)
+{
+    std::string bytes(text.begin(), text.end());
+    std::vector<std::string_view> views;
+    HTMLLinkExtractor().asciiHrefs(bytes, views);
+    std::vector<std::string> found(views.begin(), views.end());
+    EXPECT_EQ(found, HTMLLinkExtractor().hrefs(text)) << "text: " << bytes;
+    for (auto view : views)
+        EXPECT_TRUE(view.empty() || (view.data() >= bytes.data() && view.data() + view.size() <= bytes.data() + bytes.size()));
+}
+
+TEST(HTMLLinkExtractor, ASCIIHrefsOfRandomTextsEqualTheHrefsOfTheirCodeUnits)
+{
+    const std::vector<std::u16string> pieces = {
+        u"<a", u"<A", u"<a ", u"<", u"a", u"A", u"href", u"HREF", u"hReF", u"href=", u"=", u"\"", u"'", u">", u" ", u"\t",
+        u"\n", u"\r\n", u"\v", u"\f", u"x", u"q", u"_", u"7", u"-", u"x.html", u"/", u"#", u"<a href=\"", u"\"", u"\x01", u"\x7F",
+    };
+    QuilloryTest::forEachRandomText(pieces, 20261123, 40, 200000, [&](const std::u16string& text) {
+        expectASCIIHrefsAsHrefs(text);
+        return !HasFailure();
+    });
+}
+
+TEST(HTMLLinkExtractor, ASCIIHrefsReuseTheVectorAndKeepNothingOfTheLastText)
+{
+    std::vector<std::string_view> views;
+    std::string first = "<a href=\" one.html \">1</a><a href='two.html'>2</a>";
+    HTMLLinkExtractor().asciiHrefs(first, views);
+    EXPECT_EQ(views, (std::vector<std::string_view> { "one.html", "two.html" }));
+    HTMLLinkExtractor().asciiHrefs("<p>no links</p>", views);
+    EXPECT_TRUE(views.empty());
+}
+
+}

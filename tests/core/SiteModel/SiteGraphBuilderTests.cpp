@@ -724,3 +724,46 @@ TEST(SiteGraphBuilder, LinksEqualResolvingEveryHrefOfEveryPage)
 }
 
 }
+
+namespace {
+
+// A page of ASCII alone is titled from its bytes; the title must be that of its UTF-16 form.
+TEST(SiteGraphBuilder, ASCIITitleOfRandomTextsEqualsTheTitleOfTheirCodeUnits)
+{
+    const std::vector<std::u16string> pieces = {
+        u"<h1", u"<H1", u"</h1>", u"</H1>", u"</h1", u"<title", u"<TITLE", u"</title>", u"</Title>", u"<", u">", u"/", u"h1",
+        u"title", u"<b>", u"</b>", u"<>", u"&amp;", u"&AMP;", u"&amp", u"&lt;", u" ", u"\n", u"\r\n", u"\t", u"\v", u"\f",
+        u"x", u"1", u"_", u"-", u"=", u"\"", u"<img src=x>", u"Title Words", u"\x01", u"\x7F",
+    };
+    QuilloryTest::forEachRandomText(pieces, 20261123, 30, 200000, [&](const std::u16string& text) {
+        std::string bytes(text.begin(), text.end());
+        EXPECT_EQ(SiteGraphBuilder::asciiPageTitle(bytes, "docs/some-page.html"), SiteGraphBuilder::pageTitle(text, "docs/some-page.html"))
+            << "text: " << bytes;
+        return !HasFailure();
+    });
+}
+
+// The scan finds titles and links on the bytes of ASCII pages and on the text of all others;
+// a caller that looks at every page's text gets the same map.
+TEST(SiteGraphBuilder, MapIsTheSameWhetherOrNotTheTextOfEveryPageIsAskedFor)
+{
+    TemporaryDirectory folder;
+    folder.write("index.html", "<h1>Home &amp; more</h1><a href=\"caf\xC3\xA9.html\">c</a><a href=\"docs/\">d</a>");
+    folder.write("caf\xC3\xA9.html", "<title>Caf\xC3\xA9</title><a href=\"/\">home</a><a href=\" docs/a.html \">a</a>");
+    folder.write("docs/index.html", "<H1 class=x>Docs <em>all</em></H1><a href='a'>a</a><a href=\"../caf%C3%A9.html\">c</a>");
+    folder.write("docs/a.html", "<p>no heading</p><a href=\"index.html#top\">up</a>");
+
+    auto plain = scan(folder);
+    std::vector<std::string> visited;
+    auto visiting = SiteGraphBuilder().build(folder.path(), [&](const SitePage& page, std::u16string_view) { visited.push_back(page.id); });
+    EXPECT_EQ(visited.size(), 4u);
+    EXPECT_EQ(plain.pages, visiting.pages);
+    EXPECT_EQ(plain.linksByPageID, visiting.linksByPageID);
+    EXPECT_EQ(plain.primaryTree, visiting.primaryTree);
+    EXPECT_EQ(plain.page(std::string("index.html"))->title, "Home & more");
+    EXPECT_EQ(plain.page(std::string("docs/index.html"))->title, "Docs all");
+    EXPECT_EQ(plain.linksByPageID.at("index.html"), (std::vector<std::string> { "caf\xC3\xA9.html", "docs/index.html" }));
+    EXPECT_EQ(plain.linksByPageID.at("docs/index.html"), (std::vector<std::string> { "docs/a.html", "caf\xC3\xA9.html" }));
+}
+
+}

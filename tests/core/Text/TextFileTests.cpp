@@ -1,9 +1,11 @@
+#include "QuilloryCore/Text/FileDescriptor.h"
 #include "QuilloryCore/Text/QuilloryErrors.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace Quillory;
@@ -137,6 +139,67 @@ TEST(AtomicWrite, NewFileIsCreated)
     TemporaryDirectory folder;
     TextFile::writeUTF8Atomically(folder.path() / "new.html", u"\u00e9");
     EXPECT_EQ(folder.read("new.html"), "\xC3\xA9");
+}
+
+}
+
+namespace {
+
+TEST(TextFile, ReadingIntoOneBufferGivesEachFileExactly)
+{
+    TemporaryDirectory folder;
+    std::string large(100000, 'x');
+    large[777] = '\0';
+    folder.write("large.html", large);
+    folder.write("small.html", "<p>small</p>");
+    folder.write("empty.html", "");
+
+    std::string buffer = "left over";
+    TextFile::readBytes(folder.path() / "large.html", buffer);
+    EXPECT_EQ(buffer, large);
+    TextFile::readBytes(folder.path() / "small.html", buffer);
+    EXPECT_EQ(buffer, "<p>small</p>");
+    TextFile::readBytes(folder.path() / "empty.html", buffer);
+    EXPECT_EQ(buffer, "");
+    EXPECT_EQ(TextFile::readBytes(folder.path() / "large.html"), large);
+}
+
+// Files whose size the system doesn't know in advance are read to their end.
+TEST(TextFile, FileWithoutAKnownSizeIsReadWhole)
+{
+    auto status = TextFile::readBytes("/proc/self/status");
+    EXPECT_NE(status.find("Name:"), std::string::npos);
+    EXPECT_NE(status.find("VmRSS:"), std::string::npos);
+}
+
+TEST(TextFile, ReadingIntoABufferFailsWithTheSystemReason)
+{
+    TemporaryDirectory folder;
+    std::string buffer;
+    EXPECT_THROW(TextFile::readBytes(folder.path() / "gone.html", buffer), FileReadError);
+    EXPECT_THROW(TextFile::readBytes(folder.path(), buffer), FileReadError);
+}
+
+}
+
+namespace {
+
+TEST(TextFile, ReadingByNameInAnOpenFolderGivesTheFileAndNamesItInErrors)
+{
+    TemporaryDirectory folder;
+    folder.write("docs/page.html", "<h1>Page</h1>");
+    FileDescriptor docs(::open((folder.path() / "docs").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_GE(docs.get(), 0);
+    std::string buffer;
+    TextFile::readBytesAt(docs.get(), "page.html", folder.path() / "docs/page.html", buffer);
+    EXPECT_EQ(buffer, "<h1>Page</h1>");
+    try {
+        TextFile::readBytesAt(docs.get(), "gone.html", folder.path() / "docs/gone.html", buffer);
+        FAIL();
+    } catch (const FileReadError& error) {
+        EXPECT_NE(std::string(error.what()).find("\u201Cgone.html\u201D"), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find("No such file or directory"), std::string::npos) << error.what();
+    }
 }
 
 }
