@@ -97,9 +97,12 @@ public:
 
     std::vector<IndexedTag> scan()
     {
-        // Every element starts at a "<", so this is enough room, and regrowth would copy every
-        // record and touch twice the memory. Room never written costs no memory.
-        m_result.reserve(countUnit(m_text, u'<'));
+        // Every element starts at a "<", so this is enough room for the records and the names,
+        // and regrowth would copy every record, touch twice the memory and hash every name again.
+        // Room for records never written costs no memory.
+        auto mostElements = countUnit(m_text, u'<');
+        m_result.reserve(mostElements);
+        m_names = TagNameTable(mostElements);
         m_stack.reserve(64);
         std::size_t position = 0;
         while (position < m_length) {
