@@ -97,12 +97,12 @@ public:
 
     std::vector<IndexedTag> scan()
     {
-        // Every element starts at a "<", so this is enough room for the records and the names,
-        // and regrowth would copy every record, touch twice the memory and hash every name again.
-        // Room for records never written costs no memory.
-        auto mostElements = countUnit(m_text, u'<');
-        m_result.reserve(mostElements);
-        m_names = TagNameTable(mostElements);
+        // Enough room for the records and the names: regrowth would copy every record, touch
+        // twice the memory and hash every name again. Room for records never written costs no
+        // memory.
+        auto elements = mostElements();
+        m_result.reserve(elements);
+        m_names = TagNameTable(elements);
         m_stack.reserve(64);
         std::size_t position = 0;
         while (position < m_length) {
@@ -120,6 +120,15 @@ public:
 
 private:
     char16_t at(std::size_t position) const { return m_text[position]; }
+
+    // Every element starts with "<" and a letter.
+    std::size_t mostElements() const
+    {
+        std::size_t count = 0;
+        for (auto position = find(u'<', 0); position != notFound; position = find(u'<', position + 1))
+            count += position + 1 < m_length && isASCIILetter(at(position + 1));
+        return count;
+    }
 
     std::size_t find(char16_t unit, std::size_t from) const
     {

@@ -117,20 +117,6 @@ bool collapseASCIIBlock(const char16_t* units, char*& out, bool& afterBlank)
 
 }
 
-std::size_t countUnit(std::u16string_view text, char16_t wanted)
-{
-    const char16_t* units = text.data();
-    std::size_t size = text.size();
-    std::size_t count = 0;
-    std::size_t position = 0;
-    UnitBlock needle = UnitBlock {} + static_cast<std::uint16_t>(wanted);
-    for (; position + unitsPerBlock <= size; position += unitsPerBlock)
-        count += static_cast<std::size_t>(std::popcount(laneBits(loadBlock(units + position) == needle))) / 8;
-    for (; position < size; ++position)
-        count += units[position] == wanted;
-    return count;
-}
-
 std::size_t findUnit(std::u16string_view text, char16_t wanted, std::size_t from)
 {
     const char16_t* units = text.data();

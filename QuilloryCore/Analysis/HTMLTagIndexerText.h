@@ -14,9 +14,6 @@ namespace Quillory::HTMLTagIndexerText {
 
 inline constexpr std::size_t notFound = std::u16string_view::npos;
 
-// How many times `wanted` occurs in the text.
-std::size_t countUnit(std::u16string_view text, char16_t wanted);
-
 // The first `wanted` at or after `from`, or notFound.
 std::size_t findUnit(std::u16string_view text, char16_t wanted, std::size_t from);
 
