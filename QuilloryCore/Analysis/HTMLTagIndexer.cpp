@@ -97,13 +97,14 @@ public:
 
     std::vector<IndexedTag> scan()
     {
-        // Enough room for the records and the names: regrowth would copy every record, touch
-        // twice the memory and hash every name again. Room for records never written costs no
-        // memory.
+        // Enough room for the records, the open elements and the names: regrowth would copy
+        // every record, touch twice the memory and hash every name again. Room never written
+        // costs no memory.
         auto elements = mostElements();
         m_result.reserve(elements);
+        m_stack.reserve(elements);
+        m_ancestorChain->reserve(elements);
         m_names = TagNameTable(elements);
-        m_stack.reserve(64);
         std::size_t position = 0;
         while (position < m_length) {
             position = findUnit(m_text, u'<', position);
