@@ -23,11 +23,11 @@ run: build
 
 # Application tests need a display; without one they run under a virtual X server.
 # Then the core and command-line tests again under the sanitizers, and every fuzzing harness over
-# its corpus and 20 s of new inputs.
+# its corpus and 30 s of new inputs.
 test: build
 	@scripts/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
 	@scripts/run-sanitizers.sh $(SANITIZE_BUILD_DIR)
-	@scripts/run-fuzz.sh $(SANITIZE_BUILD_DIR) 20
+	@scripts/run-fuzz.sh $(SANITIZE_BUILD_DIR) 30
 
 # The application benchmarks need a display; without one they run under a virtual X server.
 bench: build

@@ -1,10 +1,11 @@
 #include "QuilloryCore/Analysis/HTMLTagIndexer.h"
 
 #include "QuilloryCore/Analysis/HTMLTagIndexerText.h"
+#include "QuilloryCore/Analysis/TagNameTable.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
-#include <unordered_map>
 #include <utility>
 
 namespace Quillory::HTMLTagIndexer {
@@ -13,8 +14,53 @@ namespace {
 
 using namespace HTMLTagIndexerText;
 
-// How many earlier children of each name an element (or the top level) has had.
-using SiblingCounts = std::unordered_map<std::string, int>;
+// How many earlier children of each name the innermost open element (or the top level) has
+// had. One counter per distinct name serves every parent: a counter belongs to the parent that
+// last set it, so it reads as zero for any other; a parent that takes a counter over logs the old
+// value, and closing it puts back what it took. That costs a constant per element however many
+// names a parent's children have, where a map per parent costs a node per name and child.
+class SiblingCounts {
+public:
+    using Owner = std::uint64_t;
+    static constexpr Owner topLevel = 0;
+
+    // Where the log stands, to be kept by an element when it opens.
+    std::size_t mark() const { return m_log.size(); }
+
+    // The sibling index of the next child named `name` of `parent`, counted.
+    int next(TagNameTable::Id name, Owner parent)
+    {
+        if (name >= m_counters.size())
+            m_counters.resize(name + 1);
+        auto& counter = m_counters[name];
+        if (counter.owner != parent) {
+            m_log.push_back({ name, counter });
+            counter = { parent, 0 };
+        }
+        return counter.count++;
+    }
+
+    // Gives back every counter taken since `mark`: the element that kept it has closed.
+    void restore(std::size_t mark)
+    {
+        while (m_log.size() > mark) {
+            m_counters[m_log.back().name] = m_log.back().counter;
+            m_log.pop_back();
+        }
+    }
+
+private:
+    struct Counter {
+        Owner owner { topLevel };
+        int count { 0 };
+    };
+    struct Taken {
+        TagNameTable::Id name { 0 };
+        Counter counter;
+    };
+    std::vector<Counter> m_counters;
+    std::vector<Taken> m_log;
+};
 
 // One opening tag as read. Its record already holds the name, attributes and classes, and the
 // scan fills in the rest, so nothing is copied on the way to the result.
@@ -34,7 +80,9 @@ struct PartialTag {
     std::size_t innerTextOffset { 0 };
     // This element's entry in the chain of ancestor names.
     std::size_t ancestorLink { AncestorTags::none };
-    SiblingCounts childCounts;
+    // Whose sibling counters its children use, and the counter log's length when it opened.
+    SiblingCounts::Owner countOwner { SiblingCounts::topLevel };
+    std::size_t countMark { 0 };
 };
 
 class Scanner {
@@ -49,9 +97,14 @@ public:
 
     std::vector<IndexedTag> scan()
     {
-        // Most documents hold far fewer elements than this; it only saves early regrowth.
-        m_result.reserve(m_length / 64);
-        m_stack.reserve(64);
+        // Enough room for the records, the open elements and the names: regrowth would copy
+        // every record, touch twice the memory and hash every name again. Room never written
+        // costs no memory.
+        auto elements = mostElements();
+        m_result.reserve(elements);
+        m_stack.reserve(elements);
+        m_ancestorChain->reserve(elements);
+        m_names = TagNameTable(elements);
         std::size_t position = 0;
         while (position < m_length) {
             position = findUnit(m_text, u'<', position);
@@ -68,6 +121,15 @@ public:
 
 private:
     char16_t at(std::size_t position) const { return m_text[position]; }
+
+    // Every element starts with "<" and a letter.
+    std::size_t mostElements() const
+    {
+        std::size_t count = 0;
+        for (auto position = find(u'<', 0); position != notFound; position = find(u'<', position + 1))
+            count += position + 1 < m_length && isASCIILetter(at(position + 1));
+        return count;
+    }
 
     std::size_t find(char16_t unit, std::size_t from) const
     {
@@ -141,9 +203,8 @@ private:
         auto& tag = parsed.tag;
         // Counted by name, so that a parent with many differently named children costs no more
         // than one with few.
-        auto& counts = m_stack.empty() ? m_topLevelCounts : m_stack.back().childCounts;
-        auto& count = counts[tag.tagName];
-        tag.siblingIndex = count++;
+        auto parent = m_stack.empty() ? SiblingCounts::topLevel : m_stack.back().countOwner;
+        tag.siblingIndex = m_siblingCounts.next(m_names.intern(tag.tagName), parent);
 
         auto parentLink = m_stack.empty() ? AncestorTags::none : m_stack.back().ancestorLink;
         tag.ancestorTags = AncestorTags(m_ancestorChain, parentLink, m_stack.size());
@@ -170,6 +231,8 @@ private:
         element.openTagEnd = parsed.openTagEnd;
         element.innerTextOffset = innerTextOffset;
         element.ancestorLink = m_ancestorChain->size() - 1;
+        element.countOwner = ++m_lastCountOwner;
+        element.countMark = m_siblingCounts.mark();
         m_stack.push_back(std::move(element));
         return parsed.openTagEnd;
     }
@@ -345,6 +408,7 @@ private:
     {
         auto& element = m_stack.back();
         emit(element.tag, fullRange, innerRange, element.innerTextOffset);
+        m_siblingCounts.restore(element.countMark);
         m_stack.pop_back();
     }
 
@@ -360,7 +424,9 @@ private:
     std::u16string_view m_text;
     std::size_t m_length { 0 };
     std::vector<PartialTag> m_stack;
-    SiblingCounts m_topLevelCounts;
+    TagNameTable m_names;
+    SiblingCounts m_siblingCounts;
+    SiblingCounts::Owner m_lastCountOwner { SiblingCounts::topLevel };
     std::vector<IndexedTag> m_result;
     CollapsedText m_collapsed;
     // The names of all elements that were ever open, shared by every record's ancestor list.

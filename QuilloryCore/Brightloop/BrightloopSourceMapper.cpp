@@ -1,10 +1,13 @@
 #include "QuilloryCore/Brightloop/BrightloopSourceMapper.h"
+#include "QuilloryCore/Analysis/TagNameTable.h"
 #include "QuilloryCore/Text/RegularExpression.h"
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
+#include <span>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -17,31 +20,68 @@ namespace {
 
 using TagPointers = std::vector<const IndexedTag*>;
 
-// The tags of one index grouped by name, each group in index order. Every search that begins by
-// keeping the tags of one name looks there instead of scanning the whole index; since the
-// groups keep the index order, the first tag found is the one a full scan would find.
+// The tags of the names a mapping asks for, grouped by name, each group in index order. Every
+// search that begins by keeping the tags of one name looks there instead of scanning the whole
+// index; since the groups keep the index order, the first tag found is the one a full scan would
+// find. Only the names the records can ask for are grouped, in one pass, so a page of many
+// distinct names costs one lookup in a small table per tag; a name nobody announced is grouped
+// by a pass of its own when first asked for.
 class TagLookup {
 public:
-    explicit TagLookup(const std::vector<IndexedTag>& tags)
+    TagLookup(const std::vector<IndexedTag>& tags, const std::vector<std::string>& wantedNames)
         : m_tags(tags)
+        , m_names(wantedNames.size())
     {
-        for (auto& tag : tags)
-            m_byName[tag.tagName].push_back(&tag);
+        for (auto& name : wantedNames)
+            m_names.intern(name);
+        m_groups.resize(m_names.size());
+        for (auto& tag : tags) {
+            if (auto id = m_names.find(tag.tagName))
+                m_groups[*id].push_back(&tag);
+        }
     }
 
     const std::vector<IndexedTag>& all() const { return m_tags; }
 
-    const TagPointers& named(const std::string& name) const
+    // Stays valid while the lookup lives.
+    const TagPointers& named(std::string_view name) const
     {
-        static const TagPointers none;
-        auto found = m_byName.find(name);
-        return found == m_byName.end() ? none : found->second;
+        if (auto id = m_names.find(name))
+            return m_groups[*id];
+        m_names.intern(name);
+        auto& group = m_groups.emplace_back();
+        for (auto& tag : m_tags) {
+            if (tag.tagName == name)
+                group.push_back(&tag);
+        }
+        return group;
     }
 
 private:
     const std::vector<IndexedTag>& m_tags;
-    std::unordered_map<std::string, TagPointers> m_byName;
+    mutable TagNameTable m_names;
+    // A deque, so that a group handed out stays where it is when another is added.
+    mutable std::deque<TagPointers> m_groups;
 };
+
+// Every tag name the mapping of these records can look up.
+std::vector<std::string> namesAskedFor(std::span<const BrightloopDOMRecord> records)
+{
+    std::vector<std::string> names { "style" };
+    for (auto& record : records) {
+        names.push_back(record.tagName);
+        if (record.shadowHostTagName)
+            names.push_back(*record.shadowHostTagName);
+        for (auto& signature : record.ancestorSignatures)
+            names.push_back(parseSignature(signature).tagName);
+    }
+    return names;
+}
+
+TagLookup lookupFor(const BrightloopDOMRecord& record, const std::vector<IndexedTag>& tags)
+{
+    return TagLookup(tags, namesAskedFor(std::span(&record, 1)));
+}
 
 struct MappingContext {
     std::u16string_view htmlSource;
@@ -492,7 +532,7 @@ BrightloopResult map(const std::vector<BrightloopDOMRecord>& records, std::u16st
                      const BrightloopSelection& selection)
 {
     auto indexed = HTMLTagIndexer::index(htmlSource);
-    TagLookup lookup(indexed);
+    TagLookup lookup(indexed, namesAskedFor(records));
     MappingContext context { htmlSource, lookup, pageRelativePath };
     std::vector<BrightloopCandidate> all;
     for (auto& record : records) {
@@ -505,18 +545,18 @@ BrightloopResult map(const std::vector<BrightloopDOMRecord>& records, std::u16st
 std::vector<BrightloopCandidate> candidates(const BrightloopDOMRecord& record, std::u16string_view htmlSource, const std::vector<IndexedTag>& indexed,
                                             const std::string& pageRelativePath, const BrightloopRect& fence)
 {
-    TagLookup lookup(indexed);
+    auto lookup = lookupFor(record, indexed);
     return candidatesFor(record, { htmlSource, lookup, pageRelativePath }, fence);
 }
 
 std::vector<IndexedTag> narrow(const BrightloopDOMRecord& record, const std::vector<IndexedTag>& tags)
 {
-    return copies(narrowed(record, TagLookup(tags)));
+    return copies(narrowed(record, lookupFor(record, tags)));
 }
 
 std::optional<IndexedTag> nearestSourceBackedAncestor(const BrightloopDOMRecord& record, const std::vector<IndexedTag>& indexed)
 {
-    if (auto* tag = nearestAncestor(record, TagLookup(indexed)))
+    if (auto* tag = nearestAncestor(record, lookupFor(record, indexed)))
         return *tag;
     return std::nullopt;
 }
@@ -724,7 +764,7 @@ std::string normalize(std::string_view text)
 std::vector<BrightloopCandidate> pseudoElementCandidates(const BrightloopDOMRecord& record, const std::string& pseudoElement, std::u16string_view htmlSource,
                                                          const std::vector<IndexedTag>& indexed, const std::string& pageRelativePath, double overlap)
 {
-    TagLookup lookup(indexed);
+    auto lookup = lookupFor(record, indexed);
     return pseudoCandidates(record, pseudoElement, { htmlSource, lookup, pageRelativePath }, overlap);
 }
 
@@ -795,7 +835,7 @@ std::string pseudoElementReason(std::string_view label, const StyleSourceMatch& 
 std::vector<BrightloopCandidate> shadowHostAttributeCandidates(const BrightloopDOMRecord& record, const std::vector<IndexedTag>& indexed,
                                                                const std::string& pageRelativePath, double overlap)
 {
-    TagLookup lookup(indexed);
+    auto lookup = lookupFor(record, indexed);
     return shadowHostCandidates(record, { {}, lookup, pageRelativePath }, overlap);
 }
 

@@ -96,7 +96,7 @@ bool applyAuthority(std::string_view authority, WebURL& url)
     url.userInfo.reset();
     url.port.reset();
     if (auto at = authority.rfind('@'); at != std::string_view::npos) {
-        url.userInfo = std::string(authority.substr(0, at));
+        url.userInfo = encodingUnsafeCharacters(authority.substr(0, at));
         authority.remove_prefix(at + 1);
     }
     std::string_view portText;

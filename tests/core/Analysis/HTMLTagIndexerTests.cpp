@@ -249,6 +249,18 @@ TEST(HTMLTagIndexer, VoidAndSelfClosingElementsCountAsSiblings)
     EXPECT_EQ(tags[3].siblingIndex, 2);
 }
 
+TEST(HTMLTagIndexer, NestedParentsOfTheSameNamesKeepTheirOwnCounts)
+{
+    // The inner divs' children count from zero, the outer div's count goes on after an inner
+    // div closes, and the top level keeps its own after a stray closing tag closes everything.
+    auto tags = indexed("<div><p></p><div><p></p><p></p></div><p></p><div><p></p></b><p></p>");
+    ASSERT_EQ(tagNames(tags), (Strings { "p", "p", "p", "div", "p", "p", "div", "div", "p" }));
+    std::vector<int> siblingIndexes;
+    for (auto& tag : tags)
+        siblingIndexes.push_back(tag.siblingIndex);
+    EXPECT_EQ(siblingIndexes, (std::vector<int> { 0, 0, 1, 0, 1, 0, 1, 0, 0 }));
+}
+
 TEST(HTMLTagIndexer, AncestorTagsListNearestFirst)
 {
     auto tags = indexed("<html><body><main><p>x</p></main></body></html>");

@@ -39,6 +39,15 @@ TEST(WebURL, ResolvesEveryKindOfReferenceAgainstTheBase)
         EXPECT_EQ(resolved(testCase.reference), testCase.expected) << testCase.reference;
 }
 
+// Found by fuzzing: the user information went into the request line as written.
+TEST(WebURL, UserInformationIsEncodedLikeEveryOtherPart)
+{
+    EXPECT_EQ(resolved("//na\xC3\xAFve<x>@cdn.example.net/lib.js"), "https://na%C3%AFve%3Cx%3E@cdn.example.net/lib.js");
+    auto url = WebURL::parse("http://\xBB\xA5|t@example.org/");
+    ASSERT_TRUE(url);
+    EXPECT_EQ(url->userInfo, "%BB%A5%7Ct");
+}
+
 TEST(WebURL, TextThatIsNoURLDoesNotResolve)
 {
     EXPECT_EQ(resolved("my file.png"), std::nullopt);
