@@ -2,6 +2,8 @@
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "core/Editing/UnifiedDiffReference.h"
 
+#include "support/FixtureFiles.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -140,10 +142,8 @@ TEST(UnifiedDiffEquivalence, LargePairsWalkLikeTheFullTable)
 TEST(UnifiedDiffEquivalence, FixtureFilesDiffLikeTheFullTable)
 {
     std::vector<std::u16string> texts;
-    for (auto& entry : std::filesystem::recursive_directory_iterator(QUILLORY_TEST_FIXTURES)) {
-        if (!entry.is_regular_file())
-            continue;
-        std::ifstream file(entry.path(), std::ios::binary);
+    for (const auto& path : QuilloryTest::fixtureFiles()) {
+        std::ifstream file(path, std::ios::binary);
         texts.push_back(UnicodeText::utf16(std::string(std::istreambuf_iterator<char>(file), {})));
     }
     ASSERT_GE(texts.size(), 10u);

@@ -4,6 +4,7 @@
 #include "QuilloryCore/Text/StringHelpers.h"
 #include "QuilloryCore/Text/TextFile.h"
 #include "QuilloryCore/Text/UnicodeText.h"
+#include "support/FixtureFiles.h"
 #include "support/HostilePages.h"
 #include "support/RandomTexts.h"
 
@@ -169,10 +170,10 @@ TEST(HTMLLinkExtractor, RandomTextsMatchTheExpression)
 TEST(HTMLLinkExtractor, FixtureSitesMatchTheExpression)
 {
     std::size_t pages = 0;
-    for (auto& entry : std::filesystem::recursive_directory_iterator(QUILLORY_TEST_FIXTURES)) {
-        auto extension = entry.path().extension();
-        if (entry.is_regular_file() && (extension == ".html" || extension == ".htm")) {
-            auto text = TextFile::readUTF8(entry.path());
+    for (const auto& path : QuilloryTest::fixtureFiles()) {
+        auto extension = path.extension();
+        if (extension == ".html" || extension == ".htm") {
+            auto text = TextFile::readUTF8(path);
             expectSameAsExpression(text);
             ++pages;
         }
