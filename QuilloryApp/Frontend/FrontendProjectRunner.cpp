@@ -255,7 +255,9 @@ void FrontendProjectRunner::devProcessDidExit(const UUID& launchID, GSubprocess*
         return;
     m_devProcess = {};
     m_devProcessID.reset();
-    m_devProcessGroup = 0;
+    // Whatever the launch left behind in its group ends with it.
+    if (pid_t group = std::exchange(m_devProcessGroup, 0); group > 0)
+        kill(-group, SIGKILL);
     clearOutputCapture();
     auto callback = onTermination;
     callback(terminationStatus(process));
