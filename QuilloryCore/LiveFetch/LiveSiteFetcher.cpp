@@ -138,12 +138,7 @@ std::vector<std::string> LiveSiteFetcher::resourceReferences(std::string_view ht
 std::string LiveSiteFetcher::sanitizedPath(std::string_view path)
 {
     std::string result;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        auto slash = path.find('/', start);
-        auto end = slash == std::string_view::npos ? path.size() : slash;
-        auto piece = path.substr(start, end - start);
-        start = end + 1;
+    for (auto piece : FilePaths::components(path)) {
         if (piece.empty() || piece == "." || piece == "..")
             continue;
         if (!result.empty())
