@@ -1,3 +1,5 @@
+#include "app/support/PrivateXServer.h"
+
 #include <adwaita.h>
 #include <gtest/gtest.h>
 
@@ -15,6 +17,7 @@ int main(int argc, char** argv)
     setenv("GDK_BACKEND", "x11", 1);
     setenv("WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS", "1", 1);
     testing::InitGoogleTest(&argc, argv);
+    QuilloryTest::PrivateXServer::start();
     gtk_init();
     adw_init();
     return RUN_ALL_TESTS();
