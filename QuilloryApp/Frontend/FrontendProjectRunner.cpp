@@ -223,9 +223,12 @@ std::string FrontendProjectRunner::startDevServer(const FrontendProject& project
         g_error_free(error);
         throw FrontendLaunchError(message);
     }
+    // A process that has already ended has been reaped and has no id any more (0): it has no group
+    // to end, and 0 must never reach setpgid or kill, which would take this application's own group.
     pid_t pid = processID(process.get());
     // Also from this side, so that a stop right after the launch finds the group.
-    setpgid(pid, pid);
+    if (pid > 0)
+        setpgid(pid, pid);
     attachOutputCapture(process.get(), std::move(onOutput));
 
     struct Waiting {
@@ -272,15 +275,16 @@ void FrontendProjectRunner::stopDevServer()
     m_devProcessID.reset();
     pid_t group = std::exchange(m_devProcessGroup, 0);
     clearOutputCapture();
-    if (kill(-group, SIGTERM) != 0)
+    if (group <= 0 || kill(-group, SIGTERM) != 0)
         g_subprocess_send_signal(process.get(), SIGTERM);
     std::erase_if(m_endingProcessGroups, [](pid_t ending) { return !processGroupExists(ending); });
-    m_endingProcessGroups.push_back(group);
+    if (group > 0)
+        m_endingProcessGroups.push_back(group);
 }
 
 std::optional<pid_t> FrontendProjectRunner::devProcessGroup() const
 {
-    if (!m_devProcess)
+    if (!m_devProcess || m_devProcessGroup <= 0)
         return std::nullopt;
     return m_devProcessGroup;
 }

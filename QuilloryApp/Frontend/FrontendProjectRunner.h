@@ -74,7 +74,8 @@ public:
     // 127.0.0.1; `startingAt` when none can. A probe: it reserves nothing.
     static std::uint16_t firstAvailablePort(std::uint16_t startingAt, int maxAttempts);
 
-    // The process group of the running dev server (its leader is npm), if one runs.
+    // The process group of the running dev server (its leader is npm), if one runs and its id is
+    // known (a launch that ended at once may still await its exit report without one).
     std::optional<pid_t> devProcessGroup() const;
 
 private:

@@ -49,9 +49,10 @@ struct OpenFixture : WorkspaceHarness {
 void stopAndWait(WorkspaceStore& store, std::uint16_t port)
 {
     auto group = store.frontendRunner().devProcessGroup();
+    auto launched = group ? std::optional(launchedProcessGroup(*group)) : std::nullopt;
     store.stopFrontendPreview();
-    if (group) {
-        EXPECT_TRUE(waitUntilProcessGroupIsGone(*group));
+    if (launched) {
+        EXPECT_TRUE(waitUntilProcessGroupIsGone(*launched));
     }
     EXPECT_TRUE(loopbackPortIsFree(port));
 }
@@ -70,9 +71,9 @@ TEST(FrontendDevServer, StartRunsViteOnTheFirstPortAndStopEndsTheWholeGroup)
     EXPECT_NE(store.previewReloadToken().get(), token);
     EXPECT_FALSE(store.pageInspectionStore().isLoading().get());
     EXPECT_EQ(store.previewTarget(), PreviewTarget::frontendServer(FrontendProjectKind::viteReact, urlOf(firstPort)));
-    auto group = store.frontendRunner().devProcessGroup();
-    ASSERT_TRUE(group);
-    EXPECT_TRUE(processGroupExists(*group));
+    ASSERT_TRUE(store.frontendRunner().devProcessGroup());
+    auto group = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
+    EXPECT_TRUE(processGroupExists(group));
 
     // Vite's banner renews the token; the server answers on the loopback port.
     token = store.previewReloadToken().get();
@@ -85,7 +86,7 @@ TEST(FrontendDevServer, StartRunsViteOnTheFirstPortAndStopEndsTheWholeGroup)
     EXPECT_EQ(store.frontendPreviewStore().state().get(), FrontendPreviewState::stopped());
     EXPECT_NE(store.previewReloadToken().get(), token);
     EXPECT_FALSE(store.frontendRunner().devProcessGroup());
-    EXPECT_TRUE(waitUntilProcessGroupIsGone(*group));
+    EXPECT_TRUE(waitUntilProcessGroupIsGone(group));
     EXPECT_TRUE(loopbackPortIsFree(firstPort));
     // The stopped launch's exit reported nothing.
     EXPECT_EQ(store.frontendPreviewStore().state().get(), FrontendPreviewState::stopped());
@@ -113,7 +114,7 @@ TEST(FrontendDevServer, AllTwentyPortsHeldTries5173AndShowsTheExitMessage)
     EXPECT_EQ(FrontendProjectRunner::firstAvailablePort(firstPort, FrontendProjectRunner::portAttempts), firstPort);
     fixture.store.startFrontendPreview();
     EXPECT_EQ(fixture.store.frontendPreviewStore().state().get(), FrontendPreviewState::running(urlOf(firstPort)));
-    auto group = *fixture.store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*fixture.store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return !isState(fixture.store, FrontendPreviewState::Case::running); }, std::chrono::seconds(60)));
     EXPECT_EQ(fixture.store.frontendPreviewStore().state().get(),
               FrontendPreviewState::failed("Vite preview exited unexpectedly. Check the preview log for details."));
@@ -125,20 +126,20 @@ TEST(FrontendDevServer, StopThenStartAtOnceKeepsTheNewLaunchRunning)
     OpenFixture fixture;
     auto& store = fixture.store;
     store.startFrontendPreview();
-    auto oldGroup = *store.frontendRunner().devProcessGroup();
+    auto oldGroup = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return logContains(store, "ready in"); }, std::chrono::seconds(60)));
 
     store.stopFrontendPreview();
     store.startFrontendPreview();
     ASSERT_TRUE(isState(store, FrontendPreviewState::Case::running));
     auto newState = store.frontendPreviewStore().state().get();
-    auto newGroup = *store.frontendRunner().devProcessGroup();
-    EXPECT_NE(newGroup, oldGroup);
+    auto newGroup = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
+    EXPECT_NE(newGroup.id, oldGroup.id);
     // The old server's exit comes and goes without touching the new launch.
     EXPECT_TRUE(waitUntilProcessGroupIsGone(oldGroup));
     waitFor(std::chrono::milliseconds(300));
     EXPECT_EQ(store.frontendPreviewStore().state().get(), newState);
-    EXPECT_EQ(store.frontendRunner().devProcessGroup(), newGroup);
+    EXPECT_EQ(store.frontendRunner().devProcessGroup(), newGroup.id);
     auto newURL = *newState.runningURL();
     stopAndWait(store, static_cast<std::uint16_t>(std::stoi(newURL.substr(newURL.rfind(':') + 1))));
 }
@@ -148,11 +149,11 @@ TEST(FrontendDevServer, SigtermFromOutsideShowsVitePreviewStopped)
     OpenFixture fixture;
     auto& store = fixture.store;
     store.startFrontendPreview();
-    auto group = *store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return logContains(store, "ready in"); }, std::chrono::seconds(60)));
     auto token = store.previewReloadToken().get();
     // Not the stop button: the group is ended the way the runner ends it, so status 15 arrives.
-    ASSERT_EQ(kill(-group, SIGTERM), 0);
+    ASSERT_EQ(kill(-group.id, SIGTERM), 0);
     ASSERT_TRUE(waitUntil([&] { return !isState(store, FrontendPreviewState::Case::running); }));
     EXPECT_EQ(store.frontendPreviewStore().state().get(), FrontendPreviewState::failed("Vite preview stopped."));
     EXPECT_NE(store.previewReloadToken().get(), token);
@@ -165,7 +166,7 @@ TEST(FrontendDevServer, OpeningAnotherFolderEndsTheServer)
     OpenFixture fixture;
     auto& store = fixture.store;
     store.startFrontendPreview();
-    auto group = *store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return logContains(store, "ready in"); }, std::chrono::seconds(60)));
 
     TemporaryDirectory site;
@@ -183,7 +184,7 @@ TEST(FrontendDevServer, DestroyingTheStoreEndsTheServerBeforeItReturns)
 {
     auto fixture = std::make_unique<OpenFixture>();
     fixture->store.startFrontendPreview();
-    auto group = *fixture->store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*fixture->store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return logContains(fixture->store, "ready in"); }, std::chrono::seconds(60)));
     fixture.reset();
     EXPECT_FALSE(processGroupExists(group));
@@ -228,7 +229,7 @@ TEST(FrontendDevServer, WarmupReloadsFollowTheRunningURL)
     // A restart at the same URL: the earlier task goes on alongside the new one.
     stopAndWait(store, firstPort);
     store.startFrontendPreview();
-    auto firstGroup = *store.frontendRunner().devProcessGroup();
+    auto firstGroup = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
     fixture.scheduler.advance(std::chrono::milliseconds(350));
     store.stopFrontendPreview();
     ASSERT_TRUE(waitUntilProcessGroupIsGone(firstGroup));

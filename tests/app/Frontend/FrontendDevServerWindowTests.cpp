@@ -56,7 +56,7 @@ TEST(FrontendDevServerWindowOnScreen, StartPreviewRendersTheReactPageAndAFenceGi
     auto started = std::chrono::steady_clock::now();
     g_signal_emit_by_name(controls.startButton(), "clicked");
     ASSERT_EQ(harness->store.frontendPreviewStore().state().get(), FrontendPreviewState::running("http://127.0.0.1:5173/"));
-    auto group = *harness->store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*harness->store.frontendRunner().devProcessGroup());
     window->waitForFrame();
     EXPECT_STREQ(gtk_label_get_text(controls.statusLabel()), "Running at http://127.0.0.1:5173/");
     EXPECT_TRUE(gtk_widget_has_css_class(GTK_WIDGET(controls.statusLabel()), "success"));

@@ -43,7 +43,7 @@ TEST(WorkspaceStoreFrontendInstall, InstallThenStartOnACopyWithoutNodeModules)
     // The installed copy runs; no other test holds the ports while installs run alone.
     store.startFrontendPreview();
     ASSERT_TRUE(isState(store, FrontendPreviewState::Case::running));
-    auto group = *store.frontendRunner().devProcessGroup();
+    auto group = launchedProcessGroup(*store.frontendRunner().devProcessGroup());
     ASSERT_TRUE(waitUntil([&] { return store.frontendPreviewStore().logText()->find("ready in") != std::string::npos; }, std::chrono::seconds(60)));
     store.stopFrontendPreview();
     EXPECT_TRUE(waitUntilProcessGroupIsGone(group));

@@ -9,7 +9,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <sstream>
+#include <string>
 
 namespace QuilloryTest {
 
@@ -41,14 +45,52 @@ std::filesystem::path makeFakeNpmFolder(const TemporaryDirectory& destination, c
     return folder;
 }
 
-bool processGroupExists(pid_t group)
+namespace {
+
+// Field 22 of /proc/PID/stat: when the process started, in clock ticks since boot.
+std::optional<unsigned long long> processStartTime(pid_t process)
 {
-    return kill(-group, 0) == 0 || errno == EPERM;
+    std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+    std::string line;
+    if (!std::getline(stat, line))
+        return std::nullopt;
+    // The command name in parentheses may hold spaces; the fields after it are plain.
+    std::istringstream fields(line.substr(line.rfind(')') + 2));
+    std::string field;
+    for (int index = 3; index < 22 && fields >> field; ++index) { }
+    unsigned long long startTime = 0;
+    if (!(fields >> startTime))
+        return std::nullopt;
+    return startTime;
 }
 
-bool waitUntilProcessGroupIsGone(pid_t group)
+}
+
+LaunchedProcessGroup launchedProcessGroup(pid_t group)
 {
-    return waitUntil([&] { return !processGroupExists(group); });
+    return { group, processStartTime(group) };
+}
+
+bool processGroupExists(const LaunchedProcessGroup& group)
+{
+    if (kill(-group.id, 0) != 0 && errno != EPERM)
+        return false;
+    // The kernel hands out a number again only when no process has it as its id or group, so a
+    // process that now holds the leader's number but is not that leader means the group is gone.
+    auto holder = processStartTime(group.id);
+    return !holder || holder == group.leaderStartTime;
+}
+
+bool waitUntilProcessGroupIsGone(const LaunchedProcessGroup& group)
+{
+    if (waitUntil([&] { return !processGroupExists(group); }))
+        return true;
+    // What is left, for the failure's report.
+    auto listing = "ps -eo pid,ppid,pgid,sid,stat,lstart,args | awk 'NR == 1 || $3 == " + std::to_string(group.id) + "' >&2";
+    std::fprintf(stderr, "Process group %d is still there (its leader started at tick %llu):\n", group.id, group.leaderStartTime.value_or(0));
+    std::fflush(stderr);
+    [[maybe_unused]] int listed = std::system(listing.c_str());
+    return false;
 }
 
 bool loopbackPortIsFree(std::uint16_t port)

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace QuilloryTest {
@@ -27,10 +28,20 @@ std::filesystem::path copyFrontendFixture(const TemporaryDirectory& destination,
 // fake stands in where real npm can't be made to fail in the way a test needs.
 std::filesystem::path makeFakeNpmFolder(const TemporaryDirectory& destination, const std::string& scriptBody);
 
+// A launch's process group, told apart from a later group that gets the same number. Build and test
+// jobs start many groups, so a number can come round again within seconds on a busy machine.
+struct LaunchedProcessGroup {
+    pid_t id { 0 };
+    // When the group's leader started, if it was still there when the group was noted.
+    std::optional<unsigned long long> leaderStartTime;
+};
+// Notes the group now, while its leader may still run.
+LaunchedProcessGroup launchedProcessGroup(pid_t group);
+
 // Whether any process of the group is left (zombies included).
-bool processGroupExists(pid_t group);
+bool processGroupExists(const LaunchedProcessGroup&);
 // Runs the main loop until the group is gone; false after 30 seconds.
-bool waitUntilProcessGroupIsGone(pid_t group);
+bool waitUntilProcessGroupIsGone(const LaunchedProcessGroup&);
 // Whether an IPv4 socket can bind 127.0.0.1 on the port now.
 bool loopbackPortIsFree(std::uint16_t port);
 
