@@ -32,7 +32,15 @@ WebPreviewView::WebPreviewView()
     m_webView = GRef<WebKitWebView>::adopt(WEBKIT_WEB_VIEW(g_object_ref_sink(webView)));
     WebKitSettings* settings = webkit_web_view_get_settings(webView);
     webkit_settings_set_enable_javascript(settings, TRUE);
-    webkit_settings_set_enable_back_forward_navigation_gestures(settings, TRUE);
+    // Swipes back and forward are on while the view is in a window. A navigation records a picture of
+    // the page for the swipe, which WebKit takes through the view's window: if the view has none (the
+    // window closing or the preview moving to another window while a page loads) that crashes.
+    g_signal_connect(webView, "realize", G_CALLBACK(+[](WebKitWebView* view) {
+                         webkit_settings_set_enable_back_forward_navigation_gestures(webkit_web_view_get_settings(view), TRUE);
+                     }), nullptr);
+    g_signal_connect(webView, "unrealize", G_CALLBACK(+[](WebKitWebView* view) {
+                         webkit_settings_set_enable_back_forward_navigation_gestures(webkit_web_view_get_settings(view), FALSE);
+                     }), nullptr);
     gtk_widget_set_hexpand(GTK_WIDGET(webView), TRUE);
     gtk_widget_set_vexpand(GTK_WIDGET(webView), TRUE);
 
@@ -68,6 +76,8 @@ WebPreviewView::WebPreviewView()
                              }),
                              this);
     g_signal_connect_swapped(webView, "load-changed", G_CALLBACK(+[](WebPreviewView* self, WebKitLoadEvent event) {
+                                 if (event == WEBKIT_LOAD_COMMITTED)
+                                     self->m_coordinator->didCommit();
                                  if (event == WEBKIT_LOAD_FINISHED)
                                      self->m_coordinator->didFinish(self->m_webView.get());
                              }),

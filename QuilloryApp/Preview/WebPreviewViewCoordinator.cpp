@@ -97,7 +97,9 @@ void WebPreviewView::Coordinator::reloadIfNeeded(WebKitWebView* webView, const P
     m_lastPreviewTarget = previewTarget;
     m_lastReloadToken = reloadToken;
     auto generation = ++m_loadGeneration;
-    m_scrollToRestore.reset();
+    // A reload that overtakes one still under way keeps the place that one was to put back: the
+    // page on screen may already be the new document, still at the top.
+    auto unrestored = std::exchange(m_scrollToRestore, std::nullopt);
 
     auto url = previewTarget.url();
     const char* shownURL = webkit_web_view_get_uri(webView);
@@ -107,12 +109,14 @@ void WebPreviewView::Coordinator::reloadIfNeeded(WebKitWebView* webView, const P
     }
     // A reload of the page on screen (after an autosave) keeps the reader's place: the position
     // is read first and put back once the new load has finished.
-    evaluateForText(scrollOffsetScript, [generation, previewTarget](Coordinator& self, std::optional<std::string> answer) {
+    evaluateForText(scrollOffsetScript, [generation, previewTarget, unrestored](Coordinator& self, std::optional<std::string> answer) {
         // A newer load has taken over, or the view is gone.
         if (generation != self.m_loadGeneration || !self.m_webView)
             return;
         auto offset = numbersFromJSONArray(answer, 2);
-        if (offset && ((*offset)[0] != 0 || (*offset)[1] != 0))
+        if (unrestored)
+            self.m_scrollToRestore = ScrollPosition { unrestored->x, unrestored->y, generation };
+        else if (offset && ((*offset)[0] != 0 || (*offset)[1] != 0))
             self.m_scrollToRestore = ScrollPosition { (*offset)[0], (*offset)[1], generation };
         self.load(self.m_webView, previewTarget);
     });
@@ -120,6 +124,7 @@ void WebPreviewView::Coordinator::reloadIfNeeded(WebKitWebView* webView, const P
 
 void WebPreviewView::Coordinator::load(WebKitWebView* webView, const PreviewTarget& previewTarget)
 {
+    m_requestedLoadGeneration = m_loadGeneration;
     if (auto* page = std::get_if<PreviewTarget::StaticPage>(&previewTarget.value))
         m_requestedPageLoads.push_back(page->pageID);
     else
@@ -175,6 +180,11 @@ WebPreviewView::Coordinator::NavigationPolicy WebPreviewView::Coordinator::decid
     return NavigationPolicy::allow;
 }
 
+void WebPreviewView::Coordinator::didCommit()
+{
+    m_committedLoadGeneration = m_requestedLoadGeneration;
+}
+
 void WebPreviewView::Coordinator::didFinish(WebKitWebView* webView)
 {
     installScrollObserver(webView);
@@ -187,9 +197,9 @@ void WebPreviewView::Coordinator::didFinish(WebKitWebView* webView)
 
 void WebPreviewView::Coordinator::restoreScrollPosition(WebKitWebView* webView)
 {
-    auto position = std::exchange(m_scrollToRestore, std::nullopt);
-    if (!position || position->loadGeneration != m_loadGeneration)
+    if (!m_scrollToRestore || m_scrollToRestore->loadGeneration != m_committedLoadGeneration)
         return;
+    auto position = std::exchange(m_scrollToRestore, std::nullopt);
     // The script marks the position it set, so that the scroll observer doesn't report it as
     // the reader's scroll (which would clear the fence result).
     evaluateDroppingAnswer(webView, scrollRestoreScript() + "(" + jsNumber(position->x) + ", " + jsNumber(position->y) + ");");
@@ -197,25 +207,9 @@ void WebPreviewView::Coordinator::restoreScrollPosition(WebKitWebView* webView)
 
 void WebPreviewView::Coordinator::installScrollObserver(WebKitWebView* webView)
 {
-    if (m_isInstallingScrollObserver)
-        return;
-    m_isInstallingScrollObserver = true;
-    const auto& script = scrollObserverScript();
-    // The completion holds only a weak reference: a view destroyed meanwhile drops the result.
-    auto* weakSelf = new std::weak_ptr<Coordinator>(weak_from_this());
-    webkit_web_view_evaluate_javascript(
-        webView, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr,
-        +[](GObject* source, GAsyncResult* result, gpointer data) {
-            std::unique_ptr<std::weak_ptr<Coordinator>> weak(static_cast<std::weak_ptr<Coordinator>*>(data));
-            // A failed install is dropped: the preview works without scroll reports.
-            GError* error = nullptr;
-            if (JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error))
-                g_object_unref(value);
-            g_clear_error(&error);
-            if (auto self = weak->lock())
-                self->m_isInstallingScrollObserver = false;
-        },
-        weakSelf);
+    // Every finished load installs it; the page's own flag keeps one listener per document. A
+    // failed install is dropped: the preview works without scroll reports.
+    evaluateDroppingAnswer(webView, scrollObserverScript());
 }
 
 void WebPreviewView::Coordinator::updateOverlay(bool brightloopEnabled)

@@ -68,6 +68,8 @@ public:
     // started itself never asks: it goes on while its page is still the current one, and is
     // cancelled once the store has moved on, so that a superseded load can't select its page again.
     NavigationPolicy decidePolicy(const std::optional<std::string>& url, NavigationKind = NavigationKind::userLink);
+    // A navigation showed its new document: the last load this view started, if it was one.
+    void didCommit();
     // After each finished navigation: installs the scroll observer and applies the last directive
     // again, since a load discards the page's state.
     void didFinish(WebKitWebView*);
@@ -113,12 +115,16 @@ private:
     std::vector<std::string> m_requestedPageLoads;
     // Counts loads, so that an answer about the scroll position that arrives late is dropped.
     std::uint64_t m_loadGeneration { 0 };
+    // The generation of the last load handed to the engine, and of the last one whose document shows.
+    std::uint64_t m_requestedLoadGeneration { 0 };
+    std::uint64_t m_committedLoadGeneration { 0 };
     struct ScrollPosition {
         double x { 0 };
         double y { 0 };
         std::uint64_t loadGeneration { 0 };
     };
-    // Where the page stood before a reload of the same page; restored when that load finishes.
+    // Where the page stood before a reload of the same page; restored when that load finishes (not
+    // when an earlier one, overtaken by it, does).
     std::optional<ScrollPosition> m_scrollToRestore;
     std::optional<std::string> m_currentPageID;
     std::function<bool(const std::string&)> m_onNavigateToPage;
@@ -129,7 +135,6 @@ private:
     std::optional<UUID> m_lastVisibleAreaToken;
     std::optional<UUID> m_lastPageInspectionToken;
     std::optional<BrightloopPreviewDirective> m_lastPreviewDirective;
-    bool m_isInstallingScrollObserver { false };
 };
 
 }

@@ -81,6 +81,41 @@ TEST(WebPreviewView, NewReloadTokenLoadsTheSameTargetAgain)
     EXPECT_EQ(harness.evaluate("return document.querySelector('h1').textContent;"), "Saved");
 }
 
+TEST(WebPreviewView, ReloadOvertakingAReloadUnderWayKeepsTheReadersPlace)
+{
+    PreviewHarness harness;
+    std::string longPage = "<!doctype html><title>Long</title><h1>Long</h1>";
+    for (int paragraph = 0; paragraph < 200; ++paragraph)
+        longPage += "<p>Paragraph " + std::to_string(paragraph) + " with enough words to take a line.</p>";
+    harness.write("index.html", longPage);
+    harness.scan();
+    harness.select("index.html");
+    harness.update();
+    ASSERT_TRUE(harness.waitForFinishedLoads(1));
+    EXPECT_EQ(harness.evaluate("window.scrollTo(0, 1500); return String(Math.round(window.scrollY));"), "1500");
+
+    // Two saves close together: the second reload comes once the first shows its new document,
+    // still at the top, before that load has finished and put the place back.
+    struct Overtake {
+        PreviewHarness* harness;
+        bool done { false };
+    } overtake { &harness };
+    gulong handler = g_signal_connect_swapped(harness.view.webView(), "load-changed", G_CALLBACK(+[](Overtake* state, WebKitLoadEvent event) {
+                                                  if (event != WEBKIT_LOAD_COMMITTED || state->done)
+                                                      return;
+                                                  state->done = true;
+                                                  state->harness->inputs.reloadToken = UUID::random();
+                                                  state->harness->update();
+                                              }),
+                                              &overtake);
+    harness.inputs.reloadToken = UUID::random();
+    harness.update();
+    ASSERT_TRUE(waitUntil([&] { return overtake.done; }));
+    g_signal_handler_disconnect(harness.view.webView(), handler);
+    ASSERT_TRUE(harness.waitForFinishedLoads(3));
+    EXPECT_TRUE(waitUntil([&] { return harness.evaluate("return String(Math.round(window.scrollY));") == "1500"; }));
+}
+
 TEST(WebPreviewView, NewTargetWithTheSameTokenLoadsTheNewPage)
 {
     PreviewHarness harness;
@@ -96,6 +131,30 @@ TEST(WebPreviewView, NewTargetWithTheSameTokenLoadsTheNewPage)
     EXPECT_EQ(harness.evaluate("return document.title;"), "About");
     // The view's own load of the selected page is not a link the store must agree to.
     EXPECT_TRUE(harness.askedPages.empty());
+}
+
+TEST(WebPreviewView, PageLoadsOutsideAWindowWithSwipesOffThenSwipesComeBack)
+{
+    PreviewHarness harness;
+    writeTwoPageSite(harness);
+    harness.select("index.html");
+    harness.update();
+    ASSERT_TRUE(harness.waitForFinishedLoads(1));
+    WebKitSettings* settings = webkit_web_view_get_settings(harness.view.webView());
+    EXPECT_TRUE(webkit_settings_get_enable_back_forward_navigation_gestures(settings));
+
+    // Out of its window while the next page loads, as when the window closes or the preview moves
+    // to another window: the navigation's picture for swipes needs a window, so swipes are off.
+    gtk_window_set_child(GTK_WINDOW(harness.window), nullptr);
+    EXPECT_FALSE(webkit_settings_get_enable_back_forward_navigation_gestures(settings));
+    harness.select("about.html");
+    harness.update();
+    ASSERT_TRUE(harness.waitForFinishedLoads(2));
+    EXPECT_EQ(harness.evaluate("return document.querySelector('h1').textContent;"), "About");
+
+    gtk_window_set_child(GTK_WINDOW(harness.window), harness.view.widget());
+    ASSERT_TRUE(waitUntil([&] { return gtk_widget_get_realized(GTK_WIDGET(harness.view.webView())); }));
+    EXPECT_TRUE(webkit_settings_get_enable_back_forward_navigation_gestures(settings));
 }
 
 TEST(WebPreviewView, UnavailableTextShowsLiterallyAndRunsNothing)
