@@ -311,6 +311,7 @@ void SourceEditorView::showBoundText()
     gtk_text_buffer_get_start_iter(buffer, &start);
     gtk_text_buffer_place_cursor(buffer, &start);
     m_isSynchronizing = false;
+    noteTextReplaced();
 
     m_isShowingUneditableText = hasNul;
     gtk_text_view_set_editable(GTK_TEXT_VIEW(m_sourceView), !hasNul);

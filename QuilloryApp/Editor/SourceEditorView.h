@@ -142,6 +142,8 @@ private:
     };
     void applyKinds(const std::vector<std::uint8_t>& characterKinds, TagApplication);
     void applyTagRun(const TagRun&);
+    // After the buffer's whole text was set.
+    void noteTextReplaced();
     void cancelPendingTagRuns();
     // The characters of the lines on screen, from the first line's start past the last line's end.
     std::pair<int, int> visibleCharacterRange() const;

@@ -66,6 +66,15 @@ void SourceEditorView::applyKinds(const std::vector<std::uint8_t>& kinds, TagApp
     }, this, nullptr);
 }
 
+void SourceEditorView::noteTextReplaced()
+{
+    // Emptying the buffer took every tag with it, and inserted text takes none of its own: the
+    // first analysis of a new text then adds tags only, one call per span.
+    cancelPendingTagRuns();
+    m_appliedKinds.assign(static_cast<std::size_t>(gtk_text_buffer_get_char_count(GTK_TEXT_BUFFER(m_buffer.get()))), noKind);
+    m_hasHiddenTextApplied = false;
+}
+
 void SourceEditorView::applyTagRun(const TagRun& run)
 {
     GtkTextBuffer* buffer = GTK_TEXT_BUFFER(m_buffer.get());

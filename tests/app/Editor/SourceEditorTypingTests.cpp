@@ -182,3 +182,16 @@ TEST(SourceEditorHighlighting, AnEditWhileSlicesRemainLeavesEveryTagExact)
                                  std::chrono::seconds(60)));
     expectEveryTagMatchesTheAnalyzer(bound);
 }
+
+TEST(SourceEditorHighlighting, ATextSetFromOutsideOverAColouredOneIsColouredExactly)
+{
+    BoundEditor bound(longPage());
+    expectEveryTagMatchesTheAnalyzer(bound);
+    // The same lines moved by a few characters, and their element changed: no colour of the
+    // earlier text may stay behind.
+    auto moved = u"<!-- a note -->\n<main>\n" + longPage().substr(23) + u"</main>\n";
+    bound.text.set(moved);
+    expectEveryTagMatchesTheAnalyzer(bound);
+    bound.text.set(u"<p>short</p>\n");
+    expectEveryTagMatchesTheAnalyzer(bound);
+}
