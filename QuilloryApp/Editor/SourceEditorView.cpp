@@ -33,28 +33,6 @@ bool splitsSurrogatePair(std::u16string_view text, std::size_t offset)
     return offset > 0 && startsSurrogatePair(text, offset - 1);
 }
 
-// The buffer holds characters (code points) where the text counts UTF-16 units: an astral
-// character is two units and one buffer character. `offset` is at most the text's length. An
-// offset inside an astral character counts as after it; callers that need its start subtract one.
-int characterOffset(std::u16string_view text, std::size_t offset)
-{
-    int characters = 0;
-    std::size_t unit = 0;
-    while (unit < offset) {
-        unit += startsSurrogatePair(text, unit) ? 2 : 1;
-        ++characters;
-    }
-    return characters;
-}
-
-std::size_t utf16Offset(std::u16string_view text, int characterOffset)
-{
-    std::size_t unit = 0;
-    for (int characters = 0; characters < characterOffset && unit < text.size(); ++characters)
-        unit += startsSurrogatePair(text, unit) ? 2 : 1;
-    return unit;
-}
-
 bool isLineTerminator(char16_t unit)
 {
     return unit == u'\n' || unit == u'\r' || unit == u'\u0085' || unit == u'\u2028' || unit == u'\u2029';
@@ -188,9 +166,8 @@ Utf16Range SourceEditorView::selectedUTF16Range() const
     GtkTextIter start;
     GtkTextIter end;
     gtk_text_buffer_get_selection_bounds(GTK_TEXT_BUFFER(m_buffer.get()), &start, &end);
-    auto text = bufferText();
-    auto location = utf16Offset(text, gtk_text_iter_get_offset(&start));
-    auto endOffset = utf16Offset(text, gtk_text_iter_get_offset(&end));
+    auto location = utf16OffsetOfCharacter(gtk_text_iter_get_offset(&start));
+    auto endOffset = utf16OffsetOfCharacter(gtk_text_iter_get_offset(&end));
     return { location, endOffset - location };
 }
 
@@ -204,25 +181,24 @@ void SourceEditorView::perform(const SourceEditorCommand& command)
 
 void SourceEditorView::jumpToLine(std::int64_t line)
 {
-    auto text = bufferText();
     std::size_t offset = 0;
-    for (std::int64_t walked = 1; walked < line && offset < text.size(); ++walked)
-        offset = startOfNextLine(text, offset);
-    int character = characterOffset(text, offset);
+    for (std::int64_t walked = 1; walked < line && offset < m_currentText.size(); ++walked)
+        offset = startOfNextLine(m_currentText, offset);
+    int character = characterOffsetOfUTF16(offset);
     selectCharacters(character, character);
 }
 
 void SourceEditorView::selectUTF16Range(std::int64_t location, std::int64_t length)
 {
-    auto text = bufferText();
+    std::u16string_view text = m_currentText;
     auto textLength = static_cast<std::int64_t>(text.size());
     auto start = static_cast<std::size_t>(std::clamp<std::int64_t>(location, 0, textLength));
     auto count = static_cast<std::size_t>(std::clamp<std::int64_t>(length, 0, textLength - static_cast<std::int64_t>(start)));
     // A bound that falls inside an astral character widens the range to the whole character,
     // so a selection never splits one and always holds every character it touches. An empty
     // range stays empty, at the character's start.
-    int startCharacter = characterOffset(text, start) - (splitsSurrogatePair(text, start) ? 1 : 0);
-    int endCharacter = count == 0 ? startCharacter : characterOffset(text, start + count);
+    int startCharacter = characterOffsetOfUTF16(start) - (splitsSurrogatePair(text, start) ? 1 : 0);
+    int endCharacter = count == 0 ? startCharacter : characterOffsetOfUTF16(start + count);
     selectCharacters(startCharacter, endCharacter);
 }
 
@@ -321,7 +297,7 @@ void SourceEditorView::showBoundText()
     bool hasNul = shown.find(u'\0') != std::u16string::npos;
     if (hasNul)
         std::replace(shown.begin(), shown.end(), u'\0', nulSubstitute);
-    if (!hasNul && !m_isShowingUneditableText && shown == bufferText())
+    if (!hasNul && !m_isShowingUneditableText && shown == m_currentText)
         return;
 
     auto utf8 = UnicodeText::utf8FromUTF16(shown);
@@ -335,10 +311,11 @@ void SourceEditorView::showBoundText()
     gtk_text_buffer_get_start_iter(buffer, &start);
     gtk_text_buffer_place_cursor(buffer, &start);
     m_isSynchronizing = false;
+    noteTextReplaced();
 
     m_isShowingUneditableText = hasNul;
     gtk_text_view_set_editable(GTK_TEXT_VIEW(m_sourceView), !hasNul);
-    m_currentText = std::move(shown);
+    resetTextMirror(std::move(shown));
     // A text set from outside is analysed at once, keeping the folds whose ids survive.
     refreshSyntaxAndFolds(false);
     updateStatus();
@@ -348,8 +325,9 @@ void SourceEditorView::bufferDidChange()
 {
     if (m_isSynchronizing)
         return;
-    m_currentText = bufferText();
-    m_lineIndex = SourceLineIndex::build(m_currentText);
+    // The mirror follows each insertion and deletion; a change that came some other way is read back.
+    if (!textMirrorMatchesBuffer())
+        resetTextMirror(bufferText());
     scheduleSyntaxAndFoldRefresh();
     updateStatus();
     m_isSynchronizing = true;
@@ -362,7 +340,7 @@ void SourceEditorView::updateStatus()
     GtkTextIter caret;
     GtkTextBuffer* buffer = GTK_TEXT_BUFFER(m_buffer.get());
     gtk_text_buffer_get_iter_at_mark(buffer, &caret, gtk_text_buffer_get_insert(buffer));
-    auto offset = utf16Offset(m_currentText, gtk_text_iter_get_offset(&caret));
+    auto offset = utf16OffsetOfCharacter(gtk_text_iter_get_offset(&caret));
     m_status.setIfChanged(SourceEditorStatus::at(m_lineIndex, offset));
 }
 

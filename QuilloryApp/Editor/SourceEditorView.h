@@ -19,6 +19,8 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Quillory {
@@ -87,6 +89,8 @@ public:
     bool isCharacterHidden(int characterOffset) const;
     // How many analyses were applied; each is one run of the analyzer.
     int appliedAnalysisCount() const { return m_appliedAnalysisCount; }
+    // True while colours of an analysis applied after typing still wait for idle time, off screen.
+    bool hasPendingTagChanges() const { return m_tagSliceIdleID != 0; }
     GtkSourceGutterRenderer* foldMarkerRenderer() const { return m_foldMarkerRenderer; }
 
     // Find.
@@ -120,10 +124,39 @@ private:
     void refreshSyntaxAndFolds(bool resetFoldState);
     void scheduleSyntaxAndFoldRefresh();
     void startBackgroundAnalysis();
-    void applyKinds(const std::vector<std::uint8_t>& characterKinds);
+    // Whether colours are changed all at once, or on screen first and elsewhere in idle slices.
+    enum class TagApplication { whole, visibleFirst };
+    // The kind painted on each buffer character (one entry per code point) by the spans.
+    static std::vector<std::uint8_t> characterKinds(std::u16string_view text, const std::vector<HTMLSyntaxSpan>& spans);
+    void applyAnalysis(std::vector<HTMLFoldRegion> foldRegions, const std::vector<std::uint8_t>& characterKinds, bool resetFoldState, TagApplication);
     void applyFoldVisibility();
-    void noteInsertion(int characterOffset, int characterCount);
+    void noteInsertion(int characterOffset, std::string_view utf8);
     void noteDeletion(int startCharacter, int endCharacter);
+
+    // Colour tags (SourceEditorViewTags.cpp).
+    struct TagRun {
+        int start { 0 };
+        int end { 0 };
+        std::uint8_t old { 0 };
+        std::uint8_t wanted { 0 };
+    };
+    void applyKinds(const std::vector<std::uint8_t>& characterKinds, TagApplication);
+    void applyTagRun(const TagRun&);
+    // After the buffer's whole text was set.
+    void noteTextReplaced();
+    void cancelPendingTagRuns();
+    // The characters of the lines on screen, from the first line's start past the last line's end.
+    std::pair<int, int> visibleCharacterRange() const;
+
+    // The text mirror (SourceEditorViewText.cpp).
+    void resetTextMirror(std::u16string text);
+    void mirrorInsertion(int characterOffset, std::string_view utf8);
+    void mirrorDeletion(int startCharacter, int endCharacter);
+    bool textMirrorMatchesBuffer() const;
+    // Between buffer characters and UTF-16 offsets of the text; an offset inside an astral
+    // character counts as after it.
+    std::size_t utf16OffsetOfCharacter(int characterOffset) const;
+    int characterOffsetOfUTF16(std::size_t offset) const;
 
     // Typing (SourceEditorViewTyping.cpp): the document's line ending on Enter and the guard.
     void setUpTyping();
@@ -158,15 +191,24 @@ private:
     guint m_pendingCaretScrollIdleID { 0 };
     int m_caretScrollAttempts { 0 };
 
-    // The buffer's text as UTF-16, kept in step with every change.
+    // The buffer's text as UTF-16, kept in step with every change, and the buffer character
+    // offsets of its astral characters, in order.
     std::u16string m_currentText;
+    std::vector<int> m_astralCharacters;
     SourceLineIndex m_lineIndex;
     ObservableProperty<SourceEditorStatus> m_status;
 
-    // Syntax state. The applied kinds mirror the tags in the buffer, one entry per character.
+    // Syntax state. The applied kinds mirror the tags in the buffer, one entry per character:
+    // a kind, no kind, or unknown (inserted text may have taken a neighbour's tag).
+    static constexpr std::uint8_t noKind = 0xFF;
+    static constexpr std::uint8_t unknownKind = 0xFE;
     std::array<GtkTextTag*, htmlSyntaxKindCount> m_kindTags {};
     GtkTextTag* m_foldTag { nullptr };
     std::vector<std::uint8_t> m_appliedKinds;
+    // Tag changes of the latest analysis still to make, from `m_nextPendingTagRun` on.
+    std::vector<TagRun> m_pendingTagRuns;
+    std::size_t m_nextPendingTagRun { 0 };
+    guint m_tagSliceIdleID { 0 };
     std::vector<HTMLFoldRegion> m_foldRegions;
     std::map<int, std::size_t> m_foldRegionsByStartLine;
     std::set<std::string> m_foldedRegionIDs;

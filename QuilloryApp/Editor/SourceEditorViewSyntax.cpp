@@ -4,6 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <system_error>
+#include <thread>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 // Highlighting and folding. Analysis runs on a worker thread 120 ms after the last keystroke, or
 // at once when the text is set from outside; a result is applied only if it is the latest
@@ -14,32 +20,14 @@ namespace Quillory {
 namespace {
 
 constexpr guint syntaxRefreshDelayMilliseconds = 120;
-// No kind; and a character whose tags are unknown (inserted text may inherit a neighbour's tag).
-constexpr std::uint8_t noKind = 0xFF;
-constexpr std::uint8_t unknownKind = 0xFE;
 
 bool startsSurrogatePair(std::u16string_view text, std::size_t unit)
 {
     return unit + 1 < text.size() && text[unit] >= 0xD800 && text[unit] <= 0xDBFF && text[unit + 1] >= 0xDC00 && text[unit + 1] <= 0xDFFF;
 }
 
-// Buffer character offsets of UTF-16 offsets, for sorted lookups over one text.
-std::vector<int> characterOffsets(std::u16string_view text)
-{
-    std::vector<int> offsets(text.size() + 1);
-    int character = 0;
-    for (std::size_t unit = 0; unit < text.size(); ++character) {
-        offsets[unit] = character;
-        if (startsSurrogatePair(text, unit)) {
-            offsets[unit + 1] = character + 1;
-            unit += 2;
-        } else {
-            ++unit;
-        }
-    }
-    offsets[text.size()] = character;
-    return offsets;
-}
+// How far the analysis thread lowers its scheduling priority (a nice value).
+constexpr int analysisNiceness = 10;
 
 struct AnalysisRequest {
     std::u16string text;
@@ -56,6 +44,34 @@ SourceSyntaxSnapshot analyse(std::u16string text, std::string_view documentPath)
     return { std::move(text), std::move(spans), std::move(regions) };
 }
 
+// A background analysis with the work of its application that needs no buffer done as well.
+struct AnalysisResult {
+    SourceSyntaxSnapshot snapshot;
+    std::vector<std::uint8_t> characterKinds;
+};
+
+struct AnalysisWork {
+    AnalysisRequest request;
+    AnalysisResult result;
+};
+
+}
+
+// The kind painted on each buffer character: later spans win where spans overlap, so they are
+// painted in order, per UTF-16 unit, and an astral character takes the kind of its first unit.
+std::vector<std::uint8_t> SourceEditorView::characterKinds(std::u16string_view text, const std::vector<HTMLSyntaxSpan>& spans)
+{
+    std::vector<std::uint8_t> unitKinds(text.size(), noKind);
+    for (const auto& span : spans) {
+        if (span.range.end() > unitKinds.size())
+            continue;
+        std::memset(unitKinds.data() + span.range.location, static_cast<int>(span.kind), span.range.length);
+    }
+    std::vector<std::uint8_t> kinds;
+    kinds.reserve(unitKinds.size());
+    for (std::size_t unit = 0; unit < unitKinds.size(); unit += startsSurrogatePair(text, unit) ? 2 : 1)
+        kinds.push_back(unitKinds[unit]);
+    return kinds;
 }
 
 void SourceEditorView::setUpSyntax()
@@ -70,7 +86,7 @@ void SourceEditorView::setUpSyntax()
 
     // Bookkeeping of what the buffer's tags cover, before the buffer changes.
     m_connections.connectSwapped(buffer, "insert-text", G_CALLBACK(+[](SourceEditorView* self, GtkTextIter* location, const char* text, int length) {
-        self->noteInsertion(gtk_text_iter_get_offset(location), static_cast<int>(g_utf8_strlen(text, length)));
+        self->noteInsertion(gtk_text_iter_get_offset(location), std::string_view(text, static_cast<std::size_t>(length)));
     }), this);
     m_connections.connectSwapped(buffer, "delete-range", G_CALLBACK(+[](SourceEditorView* self, GtkTextIter* start, GtkTextIter* end) {
         self->noteDeletion(gtk_text_iter_get_offset(start), gtk_text_iter_get_offset(end));
@@ -101,18 +117,28 @@ void SourceEditorView::tearDownSyntax()
 {
     if (m_syntaxRefreshTimerID)
         g_source_remove(std::exchange(m_syntaxRefreshTimerID, 0));
+    cancelPendingTagRuns();
     // A running analysis finds the editor gone and drops its result.
     m_lifetime.reset();
 }
 
-void SourceEditorView::noteInsertion(int characterOffset, int characterCount)
+void SourceEditorView::noteInsertion(int characterOffset, std::string_view utf8)
 {
+    // A text set from outside is mirrored whole once it is in.
+    if (!m_isSynchronizing)
+        mirrorInsertion(characterOffset, utf8);
+    // The tag changes still waiting were worked out for offsets this edit moves.
+    cancelPendingTagRuns();
+    auto characterCount = static_cast<std::size_t>(g_utf8_strlen(utf8.data(), static_cast<gssize>(utf8.size())));
     auto at = std::min<std::size_t>(static_cast<std::size_t>(characterOffset), m_appliedKinds.size());
-    m_appliedKinds.insert(m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(at), static_cast<std::size_t>(characterCount), unknownKind);
+    m_appliedKinds.insert(m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(at), characterCount, unknownKind);
 }
 
 void SourceEditorView::noteDeletion(int startCharacter, int endCharacter)
 {
+    if (!m_isSynchronizing)
+        mirrorDeletion(std::min(startCharacter, endCharacter), std::max(startCharacter, endCharacter));
+    cancelPendingTagRuns();
     auto start = std::min<std::size_t>(static_cast<std::size_t>(std::min(startCharacter, endCharacter)), m_appliedKinds.size());
     auto end = std::min<std::size_t>(static_cast<std::size_t>(std::max(startCharacter, endCharacter)), m_appliedKinds.size());
     m_appliedKinds.erase(m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(start), m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(end));
@@ -145,88 +171,58 @@ void SourceEditorView::scheduleSyntaxAndFoldRefresh()
 
 void SourceEditorView::startBackgroundAnalysis()
 {
-    auto* request = new AnalysisRequest { m_currentText, m_documentID.value_or(std::string()), m_syntaxGeneration, m_lifetime };
-    GTask* task = g_task_new(nullptr, nullptr, +[](GObject*, GAsyncResult* result, gpointer) {
-        auto* snapshot = static_cast<SourceSyntaxSnapshot*>(g_task_propagate_pointer(G_TASK(result), nullptr));
-        auto* finished = static_cast<AnalysisRequest*>(g_task_get_task_data(G_TASK(result)));
-        if (auto editor = finished->editor.lock(); editor && snapshot && finished->generation == (*editor)->m_syntaxGeneration)
-            (*editor)->applySyntaxSnapshot(*snapshot, false);
-        delete snapshot;
-    }, nullptr);
-    g_task_set_task_data(task, request, +[](gpointer data) { delete static_cast<AnalysisRequest*>(data); });
-    g_task_set_priority(task, G_PRIORITY_LOW);
-    g_task_run_in_thread(task, +[](GTask* running, gpointer, gpointer data, GCancellable*) {
-        auto* work = static_cast<AnalysisRequest*>(data);
-        auto* snapshot = new SourceSyntaxSnapshot(analyse(work->text, work->documentPath));
-        g_task_return_pointer(running, snapshot, +[](gpointer pointer) { delete static_cast<SourceSyntaxSnapshot*>(pointer); });
-    });
-    g_object_unref(task);
+    auto* work = new AnalysisWork { { m_currentText, m_documentID.value_or(std::string()), m_syntaxGeneration, m_lifetime }, {} };
+    auto deliver = +[](gpointer data) -> gboolean {
+        std::unique_ptr<AnalysisWork> finished(static_cast<AnalysisWork*>(data));
+        auto editor = finished->request.editor.lock();
+        if (!editor || finished->request.generation != (*editor)->m_syntaxGeneration || finished->result.snapshot.text != (*editor)->m_currentText)
+            return G_SOURCE_REMOVE;
+        // While the user types, the colours of what is on screen come first and the rest in
+        // slices between keystrokes.
+        (*editor)->applyAnalysis(std::move(finished->result.snapshot.foldRegions), finished->result.characterKinds, false, TagApplication::visibleFirst);
+        return G_SOURCE_REMOVE;
+    };
+    auto run = [deliver](AnalysisWork* running) {
+        running->result.snapshot = analyse(running->request.text, running->request.documentPath);
+        running->result.characterKinds = characterKinds(running->result.snapshot.text, running->result.snapshot.spans);
+        g_idle_add_full(G_PRIORITY_DEFAULT, deliver, running, nullptr);
+    };
+    try {
+        // A thread of its own rather than a shared pool's, for it lowers its own priority: on a
+        // busy machine the main thread, which draws and takes keys, must win the processor.
+        std::thread([run, work] {
+            setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), analysisNiceness);
+            run(work);
+        }).detach();
+    } catch (const std::system_error&) {
+        // No thread to be had: the analysis runs here, and its result still comes in a later turn.
+        run(work);
+    }
 }
 
 void SourceEditorView::applySyntaxSnapshot(const SourceSyntaxSnapshot& snapshot, bool resetFoldState)
 {
     if (snapshot.text != m_currentText)
         return;
+    applyAnalysis(snapshot.foldRegions, characterKinds(snapshot.text, snapshot.spans), resetFoldState, TagApplication::whole);
+}
+
+void SourceEditorView::applyAnalysis(std::vector<HTMLFoldRegion> foldRegions, const std::vector<std::uint8_t>& kinds, bool resetFoldState, TagApplication application)
+{
     if (resetFoldState)
         m_foldedRegionIDs.clear();
-    m_lineIndex = SourceLineIndex::build(m_currentText);
-    m_foldRegions = snapshot.foldRegions;
+    m_foldRegions = std::move(foldRegions);
     m_foldRegionsByStartLine.clear();
     std::set<std::string> surviving;
     for (std::size_t index = 0; index < m_foldRegions.size(); ++index) {
-        m_foldRegionsByStartLine.try_emplace(m_foldRegions[index].startLine, index);
+        m_foldRegionsByStartLine.try_emplace(m_foldRegionsByStartLine.end(), m_foldRegions[index].startLine, index);
         if (m_foldedRegionIDs.contains(m_foldRegions[index].id))
             surviving.insert(m_foldRegions[index].id);
     }
     m_foldedRegionIDs = std::move(surviving);
-
-    // Later spans win where spans overlap: paint them in order, per UTF-16 unit.
-    std::vector<std::uint8_t> unitKinds(m_currentText.size(), noKind);
-    for (const auto& span : snapshot.spans) {
-        if (span.range.end() > unitKinds.size())
-            continue;
-        std::memset(unitKinds.data() + span.range.location, static_cast<int>(span.kind), span.range.length);
-    }
-    std::vector<std::uint8_t> characterKinds;
-    characterKinds.reserve(unitKinds.size());
-    for (std::size_t unit = 0; unit < unitKinds.size(); unit += startsSurrogatePair(m_currentText, unit) ? 2 : 1)
-        characterKinds.push_back(unitKinds[unit]);
-    applyKinds(characterKinds);
+    applyKinds(kinds, application);
     ++m_appliedAnalysisCount;
     applyFoldVisibility();
-}
-
-void SourceEditorView::applyKinds(const std::vector<std::uint8_t>& characterKinds)
-{
-    GtkTextBuffer* buffer = GTK_TEXT_BUFFER(m_buffer.get());
-    m_appliedKinds.resize(characterKinds.size(), unknownKind);
-    std::size_t count = characterKinds.size();
-    std::size_t index = 0;
-    while (index < count) {
-        auto old = m_appliedKinds[index];
-        auto wanted = characterKinds[index];
-        if (old == wanted) {
-            ++index;
-            continue;
-        }
-        auto end = index + 1;
-        while (end < count && m_appliedKinds[end] == old && characterKinds[end] == wanted)
-            ++end;
-        GtkTextIter start;
-        GtkTextIter stop;
-        gtk_text_buffer_get_iter_at_offset(buffer, &start, static_cast<int>(index));
-        gtk_text_buffer_get_iter_at_offset(buffer, &stop, static_cast<int>(end));
-        if (old == unknownKind) {
-            for (auto* tag : m_kindTags)
-                gtk_text_buffer_remove_tag(buffer, tag, &start, &stop);
-        } else if (old != noKind) {
-            gtk_text_buffer_remove_tag(buffer, m_kindTags[old], &start, &stop);
-        }
-        if (wanted != noKind)
-            gtk_text_buffer_apply_tag(buffer, m_kindTags[wanted], &start, &stop);
-        std::fill(m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(index), m_appliedKinds.begin() + static_cast<std::ptrdiff_t>(end), wanted);
-        index = end;
-    }
 }
 
 void SourceEditorView::toggleFold(const std::string& regionID)
@@ -254,14 +250,13 @@ void SourceEditorView::applyFoldVisibility()
     }
     // A document with no folds pays nothing more.
     if (!m_foldedRegionIDs.empty()) {
-        auto offsets = characterOffsets(m_currentText);
         for (const auto& region : m_foldRegions) {
             if (!m_foldedRegionIDs.contains(region.id) || region.hiddenRange.length < 1 || region.hiddenRange.end() > m_currentText.size())
                 continue;
             GtkTextIter start;
             GtkTextIter end;
-            gtk_text_buffer_get_iter_at_offset(buffer, &start, offsets[region.hiddenRange.location]);
-            gtk_text_buffer_get_iter_at_offset(buffer, &end, offsets[region.hiddenRange.end()]);
+            gtk_text_buffer_get_iter_at_offset(buffer, &start, characterOffsetOfUTF16(region.hiddenRange.location));
+            gtk_text_buffer_get_iter_at_offset(buffer, &end, characterOffsetOfUTF16(region.hiddenRange.end()));
             gtk_text_buffer_apply_tag(buffer, m_foldTag, &start, &end);
             m_hasHiddenTextApplied = true;
         }
@@ -269,17 +264,6 @@ void SourceEditorView::applyFoldVisibility()
     if (m_foldMarkerRenderer)
         gtk_widget_queue_draw(GTK_WIDGET(m_foldMarkerRenderer));
     gtk_widget_queue_draw(GTK_WIDGET(m_sourceView));
-}
-
-std::optional<HTMLSyntaxKind> SourceEditorView::kindAtCharacter(int characterOffset) const
-{
-    GtkTextIter at;
-    gtk_text_buffer_get_iter_at_offset(GTK_TEXT_BUFFER(m_buffer.get()), &at, characterOffset);
-    for (int kind = 0; kind < htmlSyntaxKindCount; ++kind) {
-        if (gtk_text_iter_has_tag(&at, m_kindTags[static_cast<std::size_t>(kind)]))
-            return static_cast<HTMLSyntaxKind>(kind);
-    }
-    return std::nullopt;
 }
 
 bool SourceEditorView::isCharacterHidden(int characterOffset) const

@@ -12,16 +12,6 @@ namespace Quillory {
 
 namespace {
 
-std::size_t utf16OffsetOfCharacter(std::u16string_view text, int characterOffset)
-{
-    std::size_t unit = 0;
-    for (int characters = 0; characters < characterOffset && unit < text.size(); ++characters) {
-        bool pair = unit + 1 < text.size() && text[unit] >= 0xD800 && text[unit] <= 0xDBFF && text[unit + 1] >= 0xDC00 && text[unit + 1] <= 0xDFFF;
-        unit += pair ? 2 : 1;
-    }
-    return unit;
-}
-
 // A typed line break, with the indentation auto-indent adds behind it.
 bool isTypedLineBreak(std::string_view text)
 {
@@ -94,8 +84,8 @@ bool SourceEditorView::deleteRangeWillHappen(GtkTextIter* start, GtkTextIter* en
         return false;
     int startCharacter = std::min(gtk_text_iter_get_offset(start), gtk_text_iter_get_offset(end));
     int endCharacter = std::max(gtk_text_iter_get_offset(start), gtk_text_iter_get_offset(end));
-    auto location = utf16OffsetOfCharacter(m_currentText, startCharacter);
-    auto endOffset = utf16OffsetOfCharacter(m_currentText, endCharacter);
+    auto location = utf16OffsetOfCharacter(startCharacter);
+    auto endOffset = utf16OffsetOfCharacter(endCharacter);
     if (!EditSafety::largeEditNeedsConfirmation(m_currentText, { location, endOffset - location }, std::u16string()))
         return false;
     m_pendingLargeEdit = PendingLargeEdit { startCharacter, endCharacter, {} };
@@ -107,8 +97,8 @@ void SourceEditorView::userActionDidEnd()
     if (!m_pendingLargeEdit || m_largeEditDialog)
         return;
     // With the whole replacement known, a paste that changes little needs no question after all.
-    auto location = utf16OffsetOfCharacter(m_currentText, m_pendingLargeEdit->startCharacter);
-    auto endOffset = utf16OffsetOfCharacter(m_currentText, m_pendingLargeEdit->endCharacter);
+    auto location = utf16OffsetOfCharacter(m_pendingLargeEdit->startCharacter);
+    auto endOffset = utf16OffsetOfCharacter(m_pendingLargeEdit->endCharacter);
     auto replacement = UnicodeText::utf16(m_pendingLargeEdit->replacement);
     if (!EditSafety::largeEditNeedsConfirmation(m_currentText, { location, endOffset - location }, replacement)) {
         auto edit = *std::exchange(m_pendingLargeEdit, std::nullopt);
