@@ -90,14 +90,42 @@ std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
     return from;
 }
 
-void append(std::vector<HTMLSyntaxSpan>& spans, HTMLSyntaxKind kind, std::size_t from, std::size_t to)
-{
-    spans.push_back({ kind, { from, to - from } });
-}
+// Collects the spans of one scan. Markup holds about a span every four code units, so appending
+// one must cost a few stores: spans gather in a small block that moves to the result in bulk,
+// rather than each going through the vector's capacity check and a call.
+class SpanWriter {
+public:
+    explicit SpanWriter(std::vector<HTMLSyntaxSpan>& result)
+        : m_result(result)
+    {
+    }
+
+    SpanWriter(const SpanWriter&) = delete;
+    SpanWriter& operator=(const SpanWriter&) = delete;
+
+    void append(HTMLSyntaxKind kind, std::size_t from, std::size_t to)
+    {
+        m_block[m_count++] = { kind, { from, to - from } };
+        if (m_count == m_block.size()) [[unlikely]]
+            flush();
+    }
+
+    // Moves the gathered spans to the result; call once the scan is done.
+    void flush()
+    {
+        m_result.insert(m_result.end(), m_block.begin(), m_block.begin() + static_cast<std::ptrdiff_t>(m_count));
+        m_count = 0;
+    }
+
+private:
+    std::vector<HTMLSyntaxSpan>& m_result;
+    std::array<HTMLSyntaxSpan, 256> m_block;
+    std::size_t m_count { 0 };
+};
 
 // The spans of one tag starting at the "<" at `i`; the position behind it, or nothing when the
 // tag is not one or the text ends inside it. Spans appended before a failure stay.
-std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i, std::vector<HTMLSyntaxSpan>& spans)
+std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i, SpanWriter& spans)
 {
     auto n = text.size();
     if (i + 1 >= n)
@@ -107,9 +135,9 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
         return std::nullopt;
     if (!isLetter(text[j]))
         return std::nullopt;
-    append(spans, HTMLSyntaxKind::tagBracket, i, j);
+    spans.append(HTMLSyntaxKind::tagBracket, i, j);
     auto p = nameRunEnd(text, j);
-    append(spans, HTMLSyntaxKind::tagName, j, p);
+    spans.append(HTMLSyntaxKind::tagName, j, p);
     if (p >= n)
         return std::nullopt;
     while (true) {
@@ -119,14 +147,14 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
         auto unit = text[p];
         if (unit == u'/') {
             if (p + 1 < n && text[p + 1] == u'>') {
-                append(spans, HTMLSyntaxKind::tagBracket, p, p + 2);
+                spans.append(HTMLSyntaxKind::tagBracket, p, p + 2);
                 return p + 2;
             }
             ++p;
             continue;
         }
         if (unit == u'>') {
-            append(spans, HTMLSyntaxKind::tagBracket, p, p + 1);
+            spans.append(HTMLSyntaxKind::tagBracket, p, p + 1);
             return p + 1;
         }
         auto nameEnd = p;
@@ -136,20 +164,20 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
             ++p;
             continue;
         }
-        append(spans, HTMLSyntaxKind::attributeName, p, nameEnd);
+        spans.append(HTMLSyntaxKind::attributeName, p, nameEnd);
         p = skipWhiteSpace(text, nameEnd);
         if (p >= n)
             return std::nullopt;
         if (text[p] != u'=')
             continue;
-        append(spans, HTMLSyntaxKind::attributeOperator, p, p + 1);
+        spans.append(HTMLSyntaxKind::attributeOperator, p, p + 1);
         p = skipWhiteSpace(text, p + 1);
         if (p >= n)
             return std::nullopt;
         if (text[p] == u'"' || text[p] == u'\'') {
             auto closing = text.find(text[p], p + 1);
             auto valueEnd = closing == std::u16string_view::npos ? n : closing + 1;
-            append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
+            spans.append(HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
         } else {
             // An unquoted value: "=" does not end it, and an empty one gets no span.
@@ -157,7 +185,7 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
             while (valueEnd < n && !isWhiteSpace(text[valueEnd]) && text[valueEnd] != u'/' && text[valueEnd] != u'>')
                 ++valueEnd;
             if (valueEnd > p)
-                append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
+                spans.append(HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
         }
         if (p >= n)
@@ -256,6 +284,7 @@ std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
     std::vector<HTMLSyntaxSpan> result;
     // Markup holds about a span every four code units; growing by doubling would copy them repeatedly.
     result.reserve(text.size() / 3);
+    SpanWriter writer(result);
     auto n = text.size();
     std::size_t i = 0;
     while (i < n) {
@@ -266,7 +295,7 @@ std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
                 while (end < n && isEntityCharacter(text[end]))
                     ++end;
                 if (end < n && text[end] == u';') {
-                    append(result, HTMLSyntaxKind::entity, i, end + 1);
+                    writer.append(HTMLSyntaxKind::entity, i, end + 1);
                     i = end + 1;
                     continue;
                 }
@@ -276,20 +305,21 @@ std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
             i = nextMarkupCandidate(text, i + 1);
         } else if (text.substr(i).starts_with(u"<!--")) {
             auto end = skipUntil(text, i + 4, u"-->");
-            append(result, HTMLSyntaxKind::comment, i, end);
+            writer.append(HTMLSyntaxKind::comment, i, end);
             i = end;
         } else if (i + 1 < n && (text[i + 1] == u'!' || text[i + 1] == u'?')) {
             auto closing = text.find(u'>', i);
             auto end = closing == std::u16string_view::npos ? n : closing + 1;
-            append(result, HTMLSyntaxKind::declaration, i, end);
+            writer.append(HTMLSyntaxKind::declaration, i, end);
             i = end;
-        } else if (auto next = scanTagSpans(text, i, result)) {
+        } else if (auto next = scanTagSpans(text, i, writer)) {
             i = *next;
         } else {
             // The text behind a failed "<" is scanned again as plain text, on purpose.
             ++i;
         }
     }
+    writer.flush();
     return result;
 }
 
