@@ -14,27 +14,6 @@ namespace Quillory::HTMLSyntaxAnalyzer {
 
 namespace {
 
-// The first "<" or "&" at or after `from`, or the end: text between markup is most of a page, and
-// eight code units are compared at a time where the processor allows.
-std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
-{
-    auto n = text.size();
-#if defined(__SSE2__)
-    const auto opening = _mm_set1_epi16(static_cast<short>(u'<'));
-    const auto ampersand = _mm_set1_epi16(static_cast<short>(u'&'));
-    while (from + 8 <= n) {
-        auto units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
-        auto hits = _mm_or_si128(_mm_cmpeq_epi16(units, opening), _mm_cmpeq_epi16(units, ampersand));
-        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(hits)))
-            return from + static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
-        from += 8;
-    }
-#endif
-    while (from < n && text[from] != u'<' && text[from] != u'&')
-        ++from;
-    return from;
-}
-
 // Classes of the ASCII code units, one bit each. A unit from 128 up is in none of them: no other
 // Unicode character takes part in any rule.
 enum CharacterClass : std::uint8_t {
@@ -108,9 +87,86 @@ std::size_t findClass(std::u16string_view text, std::size_t from, std::uint8_t c
     return from;
 }
 
+#if defined(__SSE2__)
+// Runs of markup are searched eight code units at a time: a loop per unit mispredicts the end of
+// nearly every run, and tag names, attribute names and values are short runs that mostly end
+// inside their first block.
+
+__m128i lanesEqual(__m128i units, char16_t unit)
+{
+    return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
+}
+
+// Lanes holding a unit from `low` through `high`. The wrapping subtraction moves the units below
+// `low` above the range.
+__m128i lanesInRange(__m128i units, char16_t low, char16_t high)
+{
+    auto offset = _mm_sub_epi16(units, _mm_set1_epi16(static_cast<short>(low)));
+    return _mm_cmpeq_epi16(_mm_subs_epu16(offset, _mm_set1_epi16(static_cast<short>(high - low))), _mm_setzero_si128());
+}
+
+// Tests whole blocks of eight units from `from` with `stopLanes`: the position of the first unit
+// it marks, or the first position from which fewer than eight units remain. The caller's loop per
+// unit finishes from there.
+template<class StopLanes>
+std::size_t skipBlocks(std::u16string_view text, std::size_t from, StopLanes stopLanes)
+{
+    while (from + 8 <= text.size()) {
+        auto units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
+        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(stopLanes(units))))
+            return from + static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+        from += 8;
+    }
+    return from;
+}
+#endif
+
+// The first "<" or "&" at or after `from`, or the end: text between markup is most of a page.
+std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
+{
+#if defined(__SSE2__)
+    from = skipBlocks(text, from, [](__m128i units) { return _mm_or_si128(lanesEqual(units, u'<'), lanesEqual(units, u'&')); });
+#endif
+    while (from < text.size() && text[from] != u'<' && text[from] != u'&')
+        ++from;
+    return from;
+}
+
 std::size_t nameRunEnd(std::u16string_view text, std::size_t from)
 {
+#if defined(__SSE2__)
+    from = skipBlocks(text, from, [](__m128i units) {
+        // Setting bit 0x20 lowers the capital letters and moves no other unit into a-z.
+        auto letters = lanesInRange(_mm_or_si128(units, _mm_set1_epi16(0x20)), u'a', u'z');
+        auto names = _mm_or_si128(_mm_or_si128(letters, lanesInRange(units, u'0', u'9')),
+                                  _mm_or_si128(lanesEqual(units, u'-'), _mm_or_si128(lanesEqual(units, u':'), lanesEqual(units, u'_'))));
+        return _mm_cmpeq_epi16(names, _mm_setzero_si128());
+    });
+#endif
     return runEnd(text, from, nameCharacter);
+}
+
+// The end of an attribute name: the first white space, "/", "=" or ">" at or behind `from`.
+std::size_t attributeNameRunEnd(std::u16string_view text, std::size_t from)
+{
+#if defined(__SSE2__)
+    from = skipBlocks(text, from, [](__m128i units) {
+        auto spaces = _mm_or_si128(_mm_or_si128(lanesInRange(units, u'\t', u'\n'), lanesEqual(units, u'\r')), lanesEqual(units, u' '));
+        return _mm_or_si128(spaces, _mm_or_si128(lanesEqual(units, u'/'), lanesInRange(units, u'=', u'>')));
+    });
+#endif
+    return findClass(text, from, attributeNameEnd);
+}
+
+// The first `unit` at or behind `from`, or the text's length.
+std::size_t findUnit(std::u16string_view text, std::size_t from, char16_t unit)
+{
+#if defined(__SSE2__)
+    from = skipBlocks(text, from, [unit](__m128i units) { return lanesEqual(units, unit); });
+#endif
+    while (from < text.size() && text[from] != unit)
+        ++from;
+    return from;
 }
 
 std::string loweredName(std::u16string_view text, std::size_t from, std::size_t to)
@@ -133,47 +189,25 @@ std::size_t skipUntil(std::u16string_view text, std::size_t from, std::u16string
     return found == std::u16string_view::npos ? text.size() : found + marker.size();
 }
 
+// White space is rare inside tags and every unit of it is at most a blank, so most calls stop
+// after one comparison.
 std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
 {
-    return runEnd(text, from, whiteSpace);
+    while (from < text.size() && text[from] <= u' ' && isIn(text[from], whiteSpace))
+        ++from;
+    return from;
 }
 
-// Collects the spans of one scan. Markup holds about a span every four code units, so appending
-// one must cost a few stores: spans gather in a small block that moves to the result in bulk,
-// rather than each going through the vector's capacity check and a call.
-class SpanWriter {
-public:
-    explicit SpanWriter(std::vector<HTMLSyntaxSpan>& result)
-        : m_result(result)
-    {
-    }
-
-    SpanWriter(const SpanWriter&) = delete;
-    SpanWriter& operator=(const SpanWriter&) = delete;
-
-    void append(HTMLSyntaxKind kind, std::size_t from, std::size_t to)
-    {
-        m_block[m_count++] = { kind, { from, to - from } };
-        if (m_count == m_block.size()) [[unlikely]]
-            flush();
-    }
-
-    // Moves the gathered spans to the result; call once the scan is done.
-    void flush()
-    {
-        m_result.insert(m_result.end(), m_block.begin(), m_block.begin() + static_cast<std::ptrdiff_t>(m_count));
-        m_count = 0;
-    }
-
-private:
-    std::vector<HTMLSyntaxSpan>& m_result;
-    std::array<HTMLSyntaxSpan, 256> m_block;
-    std::size_t m_count { 0 };
-};
+// Markup holds about a span every four code units, so appending one must stay a few stores: the
+// scan that calls this is flattened, which inlines the vector's append with it.
+void append(std::vector<HTMLSyntaxSpan>& spans, HTMLSyntaxKind kind, std::size_t from, std::size_t to)
+{
+    spans.emplace_back(kind, Utf16Range { from, to - from });
+}
 
 // The spans of one tag starting at the "<" at `i`; the position behind it, or nothing when the
 // tag is not one or the text ends inside it. Spans appended before a failure stay.
-std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i, SpanWriter& spans)
+std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i, std::vector<HTMLSyntaxSpan>& spans)
 {
     auto n = text.size();
     if (i + 1 >= n)
@@ -183,9 +217,9 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
         return std::nullopt;
     if (!isLetter(text[j]))
         return std::nullopt;
-    spans.append(HTMLSyntaxKind::tagBracket, i, j);
+    append(spans, HTMLSyntaxKind::tagBracket, i, j);
     auto p = nameRunEnd(text, j);
-    spans.append(HTMLSyntaxKind::tagName, j, p);
+    append(spans, HTMLSyntaxKind::tagName, j, p);
     if (p >= n)
         return std::nullopt;
     while (true) {
@@ -195,41 +229,41 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
         auto unit = text[p];
         if (unit == u'/') {
             if (p + 1 < n && text[p + 1] == u'>') {
-                spans.append(HTMLSyntaxKind::tagBracket, p, p + 2);
+                append(spans, HTMLSyntaxKind::tagBracket, p, p + 2);
                 return p + 2;
             }
             ++p;
             continue;
         }
         if (unit == u'>') {
-            spans.append(HTMLSyntaxKind::tagBracket, p, p + 1);
+            append(spans, HTMLSyntaxKind::tagBracket, p, p + 1);
             return p + 1;
         }
-        auto nameEnd = findClass(text, p, attributeNameEnd);
+        auto nameEnd = attributeNameRunEnd(text, p);
         if (nameEnd == p) {
             ++p;
             continue;
         }
-        spans.append(HTMLSyntaxKind::attributeName, p, nameEnd);
+        append(spans, HTMLSyntaxKind::attributeName, p, nameEnd);
         p = skipWhiteSpace(text, nameEnd);
         if (p >= n)
             return std::nullopt;
         if (text[p] != u'=')
             continue;
-        spans.append(HTMLSyntaxKind::attributeOperator, p, p + 1);
+        append(spans, HTMLSyntaxKind::attributeOperator, p, p + 1);
         p = skipWhiteSpace(text, p + 1);
         if (p >= n)
             return std::nullopt;
         if (text[p] == u'"' || text[p] == u'\'') {
-            auto closing = text.find(text[p], p + 1);
-            auto valueEnd = closing == std::u16string_view::npos ? n : closing + 1;
-            spans.append(HTMLSyntaxKind::attributeValue, p, valueEnd);
+            auto closing = findUnit(text, p + 1, text[p]);
+            auto valueEnd = closing == n ? n : closing + 1;
+            append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
         } else {
             // An unquoted value: "=" does not end it, and an empty one gets no span.
             auto valueEnd = findClass(text, p, unquotedValueEnd);
             if (valueEnd > p)
-                spans.append(HTMLSyntaxKind::attributeValue, p, valueEnd);
+                append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
         }
         if (p >= n)
@@ -323,45 +357,50 @@ private:
 
 }
 
-std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
+// Everything the scan calls is inlined into it, so that the tag loops keep their positions and
+// constants in registers.
+[[gnu::flatten]] std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
 {
     std::vector<HTMLSyntaxSpan> result;
     // Markup holds about a span every four code units; growing by doubling would copy them repeatedly.
     result.reserve(text.size() / 3);
-    SpanWriter writer(result);
     auto n = text.size();
     std::size_t i = 0;
     while (i < n) {
         auto unit = text[i];
-        if (unit == u'&') {
+        if (unit == u'<') {
+            // Tags are most of the markup, so the unit behind the "<" decides first; only "!" can
+            // begin a comment.
+            auto next = i + 1 < n ? text[i + 1] : u'\0';
+            if (next == u'!' && text.substr(i + 2, 2) == u"--") {
+                auto end = skipUntil(text, i + 4, u"-->");
+                append(result, HTMLSyntaxKind::comment, i, end);
+                i = end;
+            } else if (next == u'!' || next == u'?') {
+                auto closing = text.find(u'>', i);
+                auto end = closing == std::u16string_view::npos ? n : closing + 1;
+                append(result, HTMLSyntaxKind::declaration, i, end);
+                i = end;
+            } else if (auto end = scanTagSpans(text, i, result)) {
+                i = *end;
+            } else {
+                // The text behind a failed "<" is scanned again as plain text, on purpose.
+                ++i;
+            }
+        } else if (unit == u'&') {
             if (i + 1 < n && isEntityCharacter(text[i + 1])) {
                 auto end = runEnd(text, i + 2, entityCharacter);
                 if (end < n && text[end] == u';') {
-                    writer.append(HTMLSyntaxKind::entity, i, end + 1);
+                    append(result, HTMLSyntaxKind::entity, i, end + 1);
                     i = end + 1;
                     continue;
                 }
             }
             ++i;
-        } else if (unit != u'<') {
-            i = nextMarkupCandidate(text, i + 1);
-        } else if (text.substr(i).starts_with(u"<!--")) {
-            auto end = skipUntil(text, i + 4, u"-->");
-            writer.append(HTMLSyntaxKind::comment, i, end);
-            i = end;
-        } else if (i + 1 < n && (text[i + 1] == u'!' || text[i + 1] == u'?')) {
-            auto closing = text.find(u'>', i);
-            auto end = closing == std::u16string_view::npos ? n : closing + 1;
-            writer.append(HTMLSyntaxKind::declaration, i, end);
-            i = end;
-        } else if (auto next = scanTagSpans(text, i, writer)) {
-            i = *next;
         } else {
-            // The text behind a failed "<" is scanned again as plain text, on purpose.
-            ++i;
+            i = nextMarkupCandidate(text, i + 1);
         }
     }
-    writer.flush();
     return result;
 }
 
