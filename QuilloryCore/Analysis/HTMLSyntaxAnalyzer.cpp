@@ -105,19 +105,21 @@ __m128i lanesInRange(__m128i units, char16_t low, char16_t high)
     return _mm_cmpeq_epi16(_mm_subs_epu16(offset, _mm_set1_epi16(static_cast<short>(high - low))), _mm_setzero_si128());
 }
 
-// Tests whole blocks of eight units from `from` with `stopLanes`: the position of the first unit
-// it marks, or the first position from which fewer than eight units remain. The caller's loop per
-// unit finishes from there.
+// Tests whole blocks of eight units from `from` with `stopLanes`. True with `from` at the first
+// unit it marks; false with `from` where fewer than eight units remain, for the caller's loop per
+// unit to finish.
 template<class StopLanes>
-std::size_t skipBlocks(std::u16string_view text, std::size_t from, StopLanes stopLanes)
+bool findInBlocks(std::u16string_view text, std::size_t& from, StopLanes stopLanes)
 {
     while (from + 8 <= text.size()) {
         auto units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
-        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(stopLanes(units))))
-            return from + static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(stopLanes(units)))) {
+            from += static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+            return true;
+        }
         from += 8;
     }
-    return from;
+    return false;
 }
 #endif
 
@@ -125,7 +127,8 @@ std::size_t skipBlocks(std::u16string_view text, std::size_t from, StopLanes sto
 std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
 {
 #if defined(__SSE2__)
-    from = skipBlocks(text, from, [](__m128i units) { return _mm_or_si128(lanesEqual(units, u'<'), lanesEqual(units, u'&')); });
+    if (findInBlocks(text, from, [](__m128i units) { return _mm_or_si128(lanesEqual(units, u'<'), lanesEqual(units, u'&')); }))
+        return from;
 #endif
     while (from < text.size() && text[from] != u'<' && text[from] != u'&')
         ++from;
@@ -135,13 +138,15 @@ std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
 std::size_t nameRunEnd(std::u16string_view text, std::size_t from)
 {
 #if defined(__SSE2__)
-    from = skipBlocks(text, from, [](__m128i units) {
+    auto otherThanNames = [](__m128i units) {
         // Setting bit 0x20 lowers the capital letters and moves no other unit into a-z.
         auto letters = lanesInRange(_mm_or_si128(units, _mm_set1_epi16(0x20)), u'a', u'z');
         auto names = _mm_or_si128(_mm_or_si128(letters, lanesInRange(units, u'0', u'9')),
                                   _mm_or_si128(lanesEqual(units, u'-'), _mm_or_si128(lanesEqual(units, u':'), lanesEqual(units, u'_'))));
         return _mm_cmpeq_epi16(names, _mm_setzero_si128());
-    });
+    };
+    if (findInBlocks(text, from, otherThanNames))
+        return from;
 #endif
     return runEnd(text, from, nameCharacter);
 }
@@ -150,10 +155,12 @@ std::size_t nameRunEnd(std::u16string_view text, std::size_t from)
 std::size_t attributeNameRunEnd(std::u16string_view text, std::size_t from)
 {
 #if defined(__SSE2__)
-    from = skipBlocks(text, from, [](__m128i units) {
+    auto nameEnds = [](__m128i units) {
         auto spaces = _mm_or_si128(_mm_or_si128(lanesInRange(units, u'\t', u'\n'), lanesEqual(units, u'\r')), lanesEqual(units, u' '));
         return _mm_or_si128(spaces, _mm_or_si128(lanesEqual(units, u'/'), lanesInRange(units, u'=', u'>')));
-    });
+    };
+    if (findInBlocks(text, from, nameEnds))
+        return from;
 #endif
     return findClass(text, from, attributeNameEnd);
 }
@@ -162,7 +169,8 @@ std::size_t attributeNameRunEnd(std::u16string_view text, std::size_t from)
 std::size_t findUnit(std::u16string_view text, std::size_t from, char16_t unit)
 {
 #if defined(__SSE2__)
-    from = skipBlocks(text, from, [unit](__m128i units) { return lanesEqual(units, unit); });
+    if (findInBlocks(text, from, [unit](__m128i units) { return lanesEqual(units, unit); }))
+        return from;
 #endif
     while (from < text.size() && text[from] != unit)
         ++from;
