@@ -374,28 +374,8 @@ private:
     result.reserve(text.size() / 3);
     auto n = text.size();
     std::size_t i = 0;
-    while (i < n) {
-        auto unit = text[i];
-        if (unit == u'<') {
-            // Tags are most of the markup, so the unit behind the "<" decides first; only "!" can
-            // begin a comment.
-            auto next = i + 1 < n ? text[i + 1] : u'\0';
-            if (next == u'!' && text.substr(i + 2, 2) == u"--") {
-                auto end = skipUntil(text, i + 4, u"-->");
-                append(result, HTMLSyntaxKind::comment, i, end);
-                i = end;
-            } else if (next == u'!' || next == u'?') {
-                auto closing = text.find(u'>', i);
-                auto end = closing == std::u16string_view::npos ? n : closing + 1;
-                append(result, HTMLSyntaxKind::declaration, i, end);
-                i = end;
-            } else if (auto end = scanTagSpans(text, i, result)) {
-                i = *end;
-            } else {
-                // The text behind a failed "<" is scanned again as plain text, on purpose.
-                ++i;
-            }
-        } else if (unit == u'&') {
+    while ((i = nextMarkupCandidate(text, i)) < n) {
+        if (text[i] == u'&') {
             if (i + 1 < n && isEntityCharacter(text[i + 1])) {
                 auto end = runEnd(text, i + 2, entityCharacter);
                 if (end < n && text[end] == u';') {
@@ -405,8 +385,25 @@ private:
                 }
             }
             ++i;
+            continue;
+        }
+        // Tags are most of the markup, so the unit behind the "<" decides first; only "!" can begin
+        // a comment.
+        auto next = i + 1 < n ? text[i + 1] : u'\0';
+        if (next == u'!' && text.substr(i + 2, 2) == u"--") {
+            auto end = skipUntil(text, i + 4, u"-->");
+            append(result, HTMLSyntaxKind::comment, i, end);
+            i = end;
+        } else if (next == u'!' || next == u'?') {
+            auto closing = text.find(u'>', i);
+            auto end = closing == std::u16string_view::npos ? n : closing + 1;
+            append(result, HTMLSyntaxKind::declaration, i, end);
+            i = end;
+        } else if (auto end = scanTagSpans(text, i, result)) {
+            i = *end;
         } else {
-            i = nextMarkupCandidate(text, i + 1);
+            // The text behind a failed "<" is scanned again as plain text, on purpose.
+            ++i;
         }
     }
     return result;
