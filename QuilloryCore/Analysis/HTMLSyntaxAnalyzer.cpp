@@ -14,6 +14,28 @@ namespace Quillory::HTMLSyntaxAnalyzer {
 
 namespace {
 
+// The first "<" or "&" at or after `from`, or the end: text between markup is most of a page, and
+// eight code units are compared at a time where the processor allows. The runs inside a tag are
+// short, and a plain loop over them is faster there.
+std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
+{
+    auto n = text.size();
+#if defined(__SSE2__)
+    const auto opening = _mm_set1_epi16(static_cast<short>(u'<'));
+    const auto ampersand = _mm_set1_epi16(static_cast<short>(u'&'));
+    while (from + 8 <= n) {
+        auto units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
+        auto hits = _mm_or_si128(_mm_cmpeq_epi16(units, opening), _mm_cmpeq_epi16(units, ampersand));
+        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(hits)))
+            return from + static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+        from += 8;
+    }
+#endif
+    while (from < n && text[from] != u'<' && text[from] != u'&')
+        ++from;
+    return from;
+}
+
 // Classes of the ASCII code units, one bit each. A unit from 128 up is in none of them: no other
 // Unicode character takes part in any rule.
 enum CharacterClass : std::uint8_t {
@@ -87,94 +109,9 @@ std::size_t findClass(std::u16string_view text, std::size_t from, std::uint8_t c
     return from;
 }
 
-#if defined(__SSE2__)
-// Runs of markup are searched eight code units at a time: a loop per unit mispredicts the end of
-// nearly every run, and tag names, attribute names and values are short runs that mostly end
-// inside their first block.
-
-__m128i lanesEqual(__m128i units, char16_t unit)
-{
-    return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
-}
-
-// Lanes holding a unit from `low` through `high`. The wrapping subtraction moves the units below
-// `low` above the range.
-__m128i lanesInRange(__m128i units, char16_t low, char16_t high)
-{
-    auto offset = _mm_sub_epi16(units, _mm_set1_epi16(static_cast<short>(low)));
-    return _mm_cmpeq_epi16(_mm_subs_epu16(offset, _mm_set1_epi16(static_cast<short>(high - low))), _mm_setzero_si128());
-}
-
-// Tests whole blocks of eight units from `from` with `stopLanes`. True with `from` at the first
-// unit it marks; false with `from` where fewer than eight units remain, for the caller's loop per
-// unit to finish.
-template<class StopLanes>
-bool findInBlocks(std::u16string_view text, std::size_t& from, StopLanes stopLanes)
-{
-    while (from + 8 <= text.size()) {
-        auto units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + from));
-        if (auto mask = static_cast<unsigned>(_mm_movemask_epi8(stopLanes(units)))) {
-            from += static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
-            return true;
-        }
-        from += 8;
-    }
-    return false;
-}
-#endif
-
-// The first "<" or "&" at or after `from`, or the end: text between markup is most of a page.
-std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
-{
-#if defined(__SSE2__)
-    if (findInBlocks(text, from, [](__m128i units) { return _mm_or_si128(lanesEqual(units, u'<'), lanesEqual(units, u'&')); }))
-        return from;
-#endif
-    while (from < text.size() && text[from] != u'<' && text[from] != u'&')
-        ++from;
-    return from;
-}
-
 std::size_t nameRunEnd(std::u16string_view text, std::size_t from)
 {
-#if defined(__SSE2__)
-    auto otherThanNames = [](__m128i units) {
-        // Setting bit 0x20 lowers the capital letters and moves no other unit into a-z.
-        auto letters = lanesInRange(_mm_or_si128(units, _mm_set1_epi16(0x20)), u'a', u'z');
-        auto names = _mm_or_si128(_mm_or_si128(letters, lanesInRange(units, u'0', u'9')),
-                                  _mm_or_si128(lanesEqual(units, u'-'), _mm_or_si128(lanesEqual(units, u':'), lanesEqual(units, u'_'))));
-        return _mm_cmpeq_epi16(names, _mm_setzero_si128());
-    };
-    if (findInBlocks(text, from, otherThanNames))
-        return from;
-#endif
     return runEnd(text, from, nameCharacter);
-}
-
-// The end of an attribute name: the first white space, "/", "=" or ">" at or behind `from`.
-std::size_t attributeNameRunEnd(std::u16string_view text, std::size_t from)
-{
-#if defined(__SSE2__)
-    auto nameEnds = [](__m128i units) {
-        auto spaces = _mm_or_si128(_mm_or_si128(lanesInRange(units, u'\t', u'\n'), lanesEqual(units, u'\r')), lanesEqual(units, u' '));
-        return _mm_or_si128(spaces, _mm_or_si128(lanesEqual(units, u'/'), lanesInRange(units, u'=', u'>')));
-    };
-    if (findInBlocks(text, from, nameEnds))
-        return from;
-#endif
-    return findClass(text, from, attributeNameEnd);
-}
-
-// The first `unit` at or behind `from`, or the text's length.
-std::size_t findUnit(std::u16string_view text, std::size_t from, char16_t unit)
-{
-#if defined(__SSE2__)
-    if (findInBlocks(text, from, [unit](__m128i units) { return lanesEqual(units, unit); }))
-        return from;
-#endif
-    while (from < text.size() && text[from] != unit)
-        ++from;
-    return from;
 }
 
 std::string loweredName(std::u16string_view text, std::size_t from, std::size_t to)
@@ -247,7 +184,7 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
             append(spans, HTMLSyntaxKind::tagBracket, p, p + 1);
             return p + 1;
         }
-        auto nameEnd = attributeNameRunEnd(text, p);
+        auto nameEnd = findClass(text, p, attributeNameEnd);
         if (nameEnd == p) {
             ++p;
             continue;
@@ -263,8 +200,8 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
         if (p >= n)
             return std::nullopt;
         if (text[p] == u'"' || text[p] == u'\'') {
-            auto closing = findUnit(text, p + 1, text[p]);
-            auto valueEnd = closing == n ? n : closing + 1;
+            auto closing = text.find(text[p], p + 1);
+            auto valueEnd = closing == std::u16string_view::npos ? n : closing + 1;
             append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
         } else {
