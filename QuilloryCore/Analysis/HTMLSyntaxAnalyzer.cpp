@@ -134,13 +134,9 @@ std::size_t skipUntil(std::u16string_view text, std::size_t from, std::u16string
     return found == std::u16string_view::npos ? text.size() : found + marker.size();
 }
 
-// White space is rare inside tags and every unit of it is at most a blank, so most calls stop
-// after one comparison.
 std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
 {
-    while (from < text.size() && text[from] <= u' ' && isIn(text[from], whiteSpace))
-        ++from;
-    return from;
+    return runEnd(text, from, whiteSpace);
 }
 
 // Markup holds about a span every four code units, so appending one must stay a few stores: the
