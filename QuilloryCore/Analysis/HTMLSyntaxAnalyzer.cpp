@@ -139,8 +139,6 @@ std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
     return runEnd(text, from, whiteSpace);
 }
 
-// Markup holds about a span every four code units, so appending one must stay a few stores: the
-// scan that calls this is flattened, which inlines the vector's append with it.
 void append(std::vector<HTMLSyntaxSpan>& spans, HTMLSyntaxKind kind, std::size_t from, std::size_t to)
 {
     spans.emplace_back(kind, Utf16Range { from, to - from });
@@ -298,8 +296,9 @@ private:
 
 }
 
-// Everything the scan calls is inlined into it, so that the tag loops keep their positions and
-// constants in registers.
+// Appending a span must stay a few stores, as markup holds one every four code units. Left to
+// itself the compiler keeps the vector's append out of line, and each call then passes the span
+// through memory and stalls reading it back; flattening inlines everything the scan calls.
 [[gnu::flatten]] std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
 {
     std::vector<HTMLSyntaxSpan> result;
