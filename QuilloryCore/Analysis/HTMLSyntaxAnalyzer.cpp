@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -14,7 +15,8 @@ namespace Quillory::HTMLSyntaxAnalyzer {
 namespace {
 
 // The first "<" or "&" at or after `from`, or the end: text between markup is most of a page, and
-// eight code units are compared at a time where the processor allows.
+// eight code units are compared at a time where the processor allows. The runs inside a tag are
+// short, and a plain loop over them is faster there.
 std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
 {
     auto n = text.size();
@@ -34,33 +36,82 @@ std::size_t nextMarkupCandidate(std::u16string_view text, std::size_t from)
     return from;
 }
 
-bool isNameCharacter(char16_t unit)
+// Classes of the ASCII code units, one bit each. A unit from 128 up is in none of them: no other
+// Unicode character takes part in any rule.
+enum CharacterClass : std::uint8_t {
+    letter = 1 << 0,
+    nameCharacter = 1 << 1,
+    entityCharacter = 1 << 2,
+    // Form feed is deliberately not white space here.
+    whiteSpace = 1 << 3,
+    // White space, "/", "=" and ">" end an attribute name.
+    attributeNameEnd = 1 << 4,
+    // White space, "/" and ">" end an unquoted attribute value; "=" does not.
+    unquotedValueEnd = 1 << 5,
+};
+
+// One table lookup per code unit instead of a chain of comparisons: the tag loops run over most
+// of a page.
+constexpr std::array<std::uint8_t, 128> characterClasses = [] {
+    std::array<std::uint8_t, 128> classes {};
+    for (char16_t unit = 0; unit < 128; ++unit) {
+        auto isLetter = (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+        auto isName = isLetter || (unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u':' || unit == u'_';
+        auto isWhiteSpace = unit == u'\t' || unit == u'\n' || unit == u'\r' || unit == u' ';
+        std::uint8_t unitClasses = 0;
+        if (isLetter)
+            unitClasses |= letter;
+        if (isName)
+            unitClasses |= nameCharacter;
+        if (isName || unit == u'#')
+            unitClasses |= entityCharacter;
+        if (isWhiteSpace)
+            unitClasses |= whiteSpace;
+        if (isWhiteSpace || unit == u'/' || unit == u'>') {
+            unitClasses |= attributeNameEnd;
+            unitClasses |= unquotedValueEnd;
+        }
+        if (unit == u'=')
+            unitClasses |= attributeNameEnd;
+        classes[unit] = unitClasses;
+    }
+    return classes;
+}();
+
+bool isIn(char16_t unit, std::uint8_t classes)
 {
-    return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') || unit == u'-'
-        || unit == u':' || unit == u'_';
+    return unit < characterClasses.size() && (characterClasses[unit] & classes) != 0;
 }
 
 bool isEntityCharacter(char16_t unit)
 {
-    return isNameCharacter(unit) || unit == u'#';
-}
-
-// Form feed is deliberately not white space here.
-bool isWhiteSpace(char16_t unit)
-{
-    return unit == u'\t' || unit == u'\n' || unit == u'\r' || unit == u' ';
+    return isIn(unit, entityCharacter);
 }
 
 bool isLetter(char16_t unit)
 {
-    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+    return isIn(unit, letter);
+}
+
+// The first position at or behind `from` whose unit is not in `classes`, or the text's length.
+std::size_t runEnd(std::u16string_view text, std::size_t from, std::uint8_t classes)
+{
+    while (from < text.size() && isIn(text[from], classes))
+        ++from;
+    return from;
+}
+
+// The first position at or behind `from` whose unit is in `classes`, or the text's length.
+std::size_t findClass(std::u16string_view text, std::size_t from, std::uint8_t classes)
+{
+    while (from < text.size() && !isIn(text[from], classes))
+        ++from;
+    return from;
 }
 
 std::size_t nameRunEnd(std::u16string_view text, std::size_t from)
 {
-    while (from < text.size() && isNameCharacter(text[from]))
-        ++from;
-    return from;
+    return runEnd(text, from, nameCharacter);
 }
 
 std::string loweredName(std::u16string_view text, std::size_t from, std::size_t to)
@@ -85,14 +136,12 @@ std::size_t skipUntil(std::u16string_view text, std::size_t from, std::u16string
 
 std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
 {
-    while (from < text.size() && isWhiteSpace(text[from]))
-        ++from;
-    return from;
+    return runEnd(text, from, whiteSpace);
 }
 
 void append(std::vector<HTMLSyntaxSpan>& spans, HTMLSyntaxKind kind, std::size_t from, std::size_t to)
 {
-    spans.push_back({ kind, { from, to - from } });
+    spans.emplace_back(kind, Utf16Range { from, to - from });
 }
 
 // The spans of one tag starting at the "<" at `i`; the position behind it, or nothing when the
@@ -129,9 +178,7 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
             append(spans, HTMLSyntaxKind::tagBracket, p, p + 1);
             return p + 1;
         }
-        auto nameEnd = p;
-        while (nameEnd < n && !isWhiteSpace(text[nameEnd]) && text[nameEnd] != u'/' && text[nameEnd] != u'=' && text[nameEnd] != u'>')
-            ++nameEnd;
+        auto nameEnd = findClass(text, p, attributeNameEnd);
         if (nameEnd == p) {
             ++p;
             continue;
@@ -153,9 +200,7 @@ std::optional<std::size_t> scanTagSpans(std::u16string_view text, std::size_t i,
             p = valueEnd;
         } else {
             // An unquoted value: "=" does not end it, and an empty one gets no span.
-            auto valueEnd = p;
-            while (valueEnd < n && !isWhiteSpace(text[valueEnd]) && text[valueEnd] != u'/' && text[valueEnd] != u'>')
-                ++valueEnd;
+            auto valueEnd = findClass(text, p, unquotedValueEnd);
             if (valueEnd > p)
                 append(spans, HTMLSyntaxKind::attributeValue, p, valueEnd);
             p = valueEnd;
@@ -251,20 +296,20 @@ private:
 
 }
 
-std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
+// Appending a span must stay a few stores, as markup holds one every four code units. Left to
+// itself the compiler keeps the vector's append out of line, and each call then passes the span
+// through memory and stalls reading it back; flattening inlines everything the scan calls.
+[[gnu::flatten]] std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
 {
     std::vector<HTMLSyntaxSpan> result;
     // Markup holds about a span every four code units; growing by doubling would copy them repeatedly.
     result.reserve(text.size() / 3);
     auto n = text.size();
     std::size_t i = 0;
-    while (i < n) {
-        auto unit = text[i];
-        if (unit == u'&') {
+    while ((i = nextMarkupCandidate(text, i)) < n) {
+        if (text[i] == u'&') {
             if (i + 1 < n && isEntityCharacter(text[i + 1])) {
-                auto end = i + 2;
-                while (end < n && isEntityCharacter(text[end]))
-                    ++end;
+                auto end = runEnd(text, i + 2, entityCharacter);
                 if (end < n && text[end] == u';') {
                     append(result, HTMLSyntaxKind::entity, i, end + 1);
                     i = end + 1;
@@ -272,19 +317,22 @@ std::vector<HTMLSyntaxSpan> spans(std::u16string_view text)
                 }
             }
             ++i;
-        } else if (unit != u'<') {
-            i = nextMarkupCandidate(text, i + 1);
-        } else if (text.substr(i).starts_with(u"<!--")) {
+            continue;
+        }
+        // Tags are most of the markup, so the unit behind the "<" decides first; only "!" can begin
+        // a comment.
+        auto next = i + 1 < n ? text[i + 1] : u'\0';
+        if (next == u'!' && text.substr(i + 2, 2) == u"--") {
             auto end = skipUntil(text, i + 4, u"-->");
             append(result, HTMLSyntaxKind::comment, i, end);
             i = end;
-        } else if (i + 1 < n && (text[i + 1] == u'!' || text[i + 1] == u'?')) {
+        } else if (next == u'!' || next == u'?') {
             auto closing = text.find(u'>', i);
             auto end = closing == std::u16string_view::npos ? n : closing + 1;
             append(result, HTMLSyntaxKind::declaration, i, end);
             i = end;
-        } else if (auto next = scanTagSpans(text, i, result)) {
-            i = *next;
+        } else if (auto end = scanTagSpans(text, i, result)) {
+            i = *end;
         } else {
             // The text behind a failed "<" is scanned again as plain text, on purpose.
             ++i;

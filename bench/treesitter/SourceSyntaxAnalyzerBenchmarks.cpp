@@ -48,6 +48,7 @@ void SourceSyntaxBareTreeSitterParse(benchmark::State& state)
     }
 }
 
+// Goal: at most 4x ReadEveryCodeUnit, by CPU time.
 void HTMLScannerSpans(benchmark::State& state)
 {
     QuilloryBench::keepFreedMemory();

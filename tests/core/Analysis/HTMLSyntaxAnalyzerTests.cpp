@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <ostream>
+#include <string>
 
 namespace Quillory {
 
@@ -100,6 +101,22 @@ const std::vector<SpanCase> spanCases {
     { "form feed is not white space",
       "<p\fa>",
       { { K::tagBracket, { 0, 1 } }, { K::tagName, { 1, 1 } }, { K::attributeName, { 2, 2 } }, { K::tagBracket, { 4, 1 } } } },
+    { "long names and a long value",
+      "<custom-element-name data-attribute-name=\"a value that is long enough\" x>",
+      { { K::tagBracket, { 0, 1 } }, { K::tagName, { 1, 19 } }, { K::attributeName, { 21, 19 } }, { K::attributeOperator, { 40, 1 } },
+        { K::attributeValue, { 41, 29 } }, { K::attributeName, { 71, 1 } }, { K::tagBracket, { 72, 1 } } } },
+    { "long tag name cut off by the end", "<abcdefghijklmnopqrstu", { { K::tagBracket, { 0, 1 } }, { K::tagName, { 1, 21 } } } },
+    { "long unterminated value runs to the end",
+      "<p title='one two three four five six",
+      { { K::tagBracket, { 0, 1 } }, { K::tagName, { 1, 1 } }, { K::attributeName, { 3, 5 } }, { K::attributeOperator, { 8, 1 } },
+        { K::attributeValue, { 9, 28 } } } },
+    { "long text between markup",
+      "0123456789abcdefghij&amp;0123456789<b>",
+      { { K::entity, { 20, 5 } }, { K::tagBracket, { 35, 1 } }, { K::tagName, { 36, 1 } }, { K::tagBracket, { 37, 1 } } } },
+    // U+013C, U+0126 and U+013E end in the bytes of "<", "&" and ">"; only whole code units count.
+    { "units beyond ASCII are no markup",
+      "\xC4\xBC\xC4\xA6\xC4\xBC\xC4\xA6\xC4\xBC\xC4\xA6\xC4\xBC\xC4\xA6\xC4\xBC\xC4\xA6<b\xC4\xBE>",
+      { { K::tagBracket, { 10, 1 } }, { K::tagName, { 11, 1 } }, { K::attributeName, { 12, 1 } }, { K::tagBracket, { 13, 1 } } } },
     { "astral characters count two units",
       "\xF0\x9F\x98\x80<b>",
       { { K::tagBracket, { 2, 1 } }, { K::tagName, { 3, 1 } }, { K::tagBracket, { 4, 1 } } } },
@@ -109,6 +126,20 @@ TEST(HTMLSyntaxAnalyzer, SpanTable)
 {
     for (const auto& testCase : spanCases)
         EXPECT_EQ(spansOf(testCase.text), testCase.expected) << testCase.name << ": " << testCase.text;
+}
+
+// Three spans for every three code units: more than the result reserves up front, so it grows.
+TEST(HTMLSyntaxAnalyzer, DenseMarkupKeepsEverySpan)
+{
+    std::string page;
+    std::vector<HTMLSyntaxSpan> expected;
+    for (std::size_t element = 0; element < 20000; ++element) {
+        page += "<b>";
+        expected.push_back({ K::tagBracket, { element * 3, 1 } });
+        expected.push_back({ K::tagName, { element * 3 + 1, 1 } });
+        expected.push_back({ K::tagBracket, { element * 3 + 2, 1 } });
+    }
+    EXPECT_EQ(spansOf(page), expected);
 }
 
 TEST(HTMLSyntaxAnalyzer, EmptyTextYieldsNoSpansAndNoRegions)
