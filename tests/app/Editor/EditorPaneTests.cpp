@@ -342,6 +342,14 @@ TEST(EditorPane, ReviewDiffSheetShowsTheRealDiffAndItsRevertRestoresFileAndEdito
     EXPECT_EQ(gtk_window_get_transient_for(sheet->window()), GTK_WINDOW(window.window->window()));
     EXPECT_STREQ(gtk_label_get_text(sheet->headingLabel()), "Review Diff");
     EXPECT_STREQ(gtk_label_get_text(sheet->pathLabel()), "index.html");
+    // The diff is computed off the main thread: the sheet opens in its progress state.
+    EXPECT_TRUE(sheet->isComputing());
+    EXPECT_STREQ(gtk_stack_get_visible_child_name(sheet->contentStack()), "progress");
+    EXPECT_STREQ(gtk_label_get_text(sheet->progressLabel()), "Computing diff\u2026");
+    EXPECT_FALSE(isSensitive(sheet->revertButton()));
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_STREQ(gtk_stack_get_visible_child_name(sheet->contentStack()), "diff");
+    EXPECT_TRUE(isSensitive(sheet->revertButton()));
     EXPECT_EQ(sheet->shownDiffText(), "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+<p>New</p>\n ");
     EXPECT_EQ(sheet->shownDiffText(), UnicodeText::utf8FromUTF16(window.harness.store.selectedPageDiff()));
     EXPECT_TRUE(gtk_text_view_get_monospace(sheet->diffView()));
@@ -379,6 +387,55 @@ TEST(EditorPane, ClosingTheDiffSheetChangesNothing)
     EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
     EXPECT_EQ(window.editor().bufferText(), u"<h1>Home</h1>\n<p>Kept</p>");
     EXPECT_EQ(window.site.read("index.html"), "<h1>Home</h1>\n");
+}
+
+TEST(EditorPane, TheOpenDiffSheetFollowsATextChangeWithTheNewDiff)
+{
+    PaneWindow window;
+    typeAtEnd(window.editor(), "<p>New</p>\n");
+    window.click(window.pane->expandedHeader().reviewDiffButton);
+    DiffReviewSheet* sheet = window.pane->diffReviewSheet();
+    ASSERT_NE(sheet, nullptr);
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+
+    // As a finished format writes it: the text first, then the session takes it.
+    window.harness.type(u"<h1>Home</h1>\n<p>Formatted</p>\n");
+    EXPECT_TRUE(sheet->isComputing());
+    EXPECT_FALSE(isSensitive(sheet->revertButton()));
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_EQ(sheet->shownDiffText(), "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+<p>Formatted</p>\n ");
+    EXPECT_EQ(window.pane->diffReviewSheet(), sheet);
+}
+
+TEST(EditorPane, ATextChangeBeforeTheFirstDiffArrivedShowsOnlyTheNewDiff)
+{
+    PaneWindow window;
+    typeAtEnd(window.editor(), "<p>First</p>\n");
+    window.click(window.pane->expandedHeader().reviewDiffButton);
+    DiffReviewSheet* sheet = window.pane->diffReviewSheet();
+    ASSERT_NE(sheet, nullptr);
+    window.harness.type(u"<h1>Home</h1>\n<p>Second</p>\n");
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_EQ(sheet->shownDiffText(), "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+<p>Second</p>\n ");
+    // Whatever else was on its way is dropped.
+    waitFor(std::chrono::milliseconds(300));
+    EXPECT_EQ(sheet->shownDiffText(), "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+<p>Second</p>\n ");
+}
+
+TEST(EditorPane, SelectingAnotherDocumentClosesTheDiffSheet)
+{
+    PaneWindow window;
+    typeAtEnd(window.editor(), "<p>New</p>\n");
+    window.click(window.pane->expandedHeader().reviewDiffButton);
+    ASSERT_NE(window.pane->diffReviewSheet(), nullptr);
+    // Its diff and its "Revert Page" were the other document's.
+    ASSERT_TRUE(window.harness.store.requestSelectDocument("about.html"));
+    EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
+    // The computation that was on its way finds no sheet.
+    waitFor(std::chrono::milliseconds(300));
+    EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
+    EXPECT_EQ(window.site.read("index.html"), "<h1>Home</h1>\n<p>New</p>\n");
+    EXPECT_EQ(window.editor().bufferText(), u"<h1>About</h1>\n");
 }
 
 TEST(EditorPane, RevertPageButtonWritesTheBaselineBack)
