@@ -6,12 +6,15 @@
 #include "QuilloryApp/Editor/DiffReviewSheet.h"
 #include "QuilloryCore/Text/UnicodeText.h"
 #include "app/support/MainLoopWaiting.h"
+#include "app/support/ScreenCapture.h"
 #include "app/support/ViewTestSupport.h"
 #include "app/support/WorkspaceHarness.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -69,6 +72,13 @@ struct GatedComputation {
     }
     void release() { gate->set_value(); }
 };
+
+// Copies a capture to where the variable says, when it is set (scripts/snapshot-window.sh).
+void keepCapture(const std::filesystem::path& png, const char* variable)
+{
+    if (const char* keep = std::getenv(variable))
+        std::filesystem::copy_file(png, keep, std::filesystem::copy_options::overwrite_existing);
+}
 
 // Lines of distinct text with some non-ASCII and astral characters; `edited` rewrites every 97th.
 std::string numberedLines(int count, bool edited)
@@ -232,4 +242,33 @@ TEST(DiffReviewSheet, AComputationThatFailsSaysWhyAndKeepsRevertDisabled)
     EXPECT_FALSE(fixture.sheet->isShowingWholeDiff());
     g_signal_emit_by_name(fixture.sheet->closeButton(), "clicked");
     EXPECT_EQ(fixture.sheet, nullptr);
+}
+
+TEST(DiffReviewSheetOnScreen, ScreenCaptureShowsTheProgressStateAndThenTheDiff)
+{
+    SheetFixture fixture("<h1>Harbour Notes</h1>\n<p>Tides change twice a day.</p>\n",
+                         "<h1>Harbour Notes</h1>\n<p>Tides change twice a day.</p>\n<p>Boats leave at dawn.</p>\n");
+    GatedComputation gated;
+    auto storeComputation = fixture.store.selectedPageDiffComputation();
+    fixture.open([gatedComputation = gated.computation(u""), storeComputation]() -> DiffReviewSheet::DiffComputation {
+        // Held back until the progress state is captured, then the store's diff.
+        return [gatedComputation, storeComputation] {
+            gatedComputation();
+            return storeComputation();
+        };
+    });
+    GtkWidget* sheetWindow = GTK_WIDGET(fixture.sheet->window());
+    ASSERT_TRUE(waitUntil([&] { return gtk_widget_get_mapped(sheetWindow); }));
+    waitFor(std::chrono::milliseconds(300));
+    TemporaryDirectory captures;
+    auto progressPNG = captures.path() / "diff-sheet-progress.png";
+    ASSERT_TRUE(saveScreenCapture(sheetWindow, progressPNG));
+    keepCapture(progressPNG, "QUILLORY_DIFF_SHEET_PROGRESS_SNAPSHOT");
+
+    gated.release();
+    ASSERT_TRUE(waitUntil([&] { return fixture.sheet->isShowingWholeDiff(); }));
+    waitFor(std::chrono::milliseconds(300));
+    auto diffPNG = captures.path() / "diff-sheet.png";
+    ASSERT_TRUE(saveScreenCapture(sheetWindow, diffPNG));
+    keepCapture(diffPNG, "QUILLORY_DIFF_SHEET_SNAPSHOT");
 }
