@@ -8,7 +8,8 @@
 # vite-react-window.png (the Vite React fixture running in the dev server, fenced),
 # source-editor-window.png (the coloured editor with a fold and the find bar), and editor-pane.png
 # and editor-pane-expanded.png (the editor header, compact beside the preview and expanded when
-# wide, over a page with changes).
+# wide, over a page with changes), diff-sheet-progress.png and diff-sheet.png (the diff sheet
+# while it computes and with the diff).
 # Usage: scripts/snapshot-window.sh [build-dir]
 set -eu
 cd "$(dirname "$0")/.."
@@ -26,5 +27,7 @@ QUILLORY_PREVIEW_SNAPSHOT="$PWD/docs/preview-window.png" \
   QUILLORY_SOURCE_EDITOR_SNAPSHOT="$PWD/docs/source-editor-window.png" \
   QUILLORY_EDITOR_PANE_SNAPSHOT="$PWD/docs/editor-pane.png" \
   QUILLORY_EDITOR_PANE_EXPANDED_SNAPSHOT="$PWD/docs/editor-pane-expanded.png" \
+  QUILLORY_DIFF_SHEET_PROGRESS_SNAPSHOT="$PWD/docs/diff-sheet-progress.png" \
+  QUILLORY_DIFF_SHEET_SNAPSHOT="$PWD/docs/diff-sheet.png" \
   xvfb-run -a -s "-screen 0 1920x1200x24" dbus-run-session -- \
-  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*:FrontendDevServerWindowOnScreen.*:SourceEditorWindowOnScreen.ScreenCaptureShowsTheColouredEditorWithAFoldAndTheFindBar:EditorPaneOnScreen.ScreenCaptureShowsThePaneWithChanges'
+  "$build/tests/QuilloryAppTests" --gtest_filter='ContentViewPreviewOnScreen.ScreenCaptureShowsTheRenderedPage:BrightloopWindowOnScreen.DraggingOverAHeadingOffersItsSourceFirstAndJumpsToIt:PageSnapshotWindowOnScreen.*:SettingsWindowOnScreen.*:GitWindowOnScreen.*:FetchLiveSiteWindowOnScreen.*:FrontendDevServerWindowOnScreen.*:SourceEditorWindowOnScreen.ScreenCaptureShowsTheColouredEditorWithAFoldAndTheFindBar:EditorPaneOnScreen.ScreenCaptureShowsThePaneWithChanges:DiffReviewSheetOnScreen.*'

@@ -133,6 +133,8 @@ EditorPane::EditorPane(WorkspaceStore& store)
     showUndoHistory();
     showEmptyPageState();
     m_connections.observe(store.selectedPageID(), [this] {
+        // The sheet's diff and its "Revert Page" belong to the document it was opened for.
+        m_diffReviewSheet.reset();
         showDocument();
         showEditState();
         showUndoHistory();
@@ -144,6 +146,10 @@ EditorPane::EditorPane(WorkspaceStore& store)
         showEditState();
         showUndoHistory();
         showEmptyPageState();
+        // A reload from disk or a finished format changed the text under the open sheet: it
+        // shows the diff of the new text, never one of a text that is gone.
+        if (m_diffReviewSheet)
+            m_diffReviewSheet->textDidChange();
     });
     // A completed autosave renews the token.
     m_connections.observe(store.previewReloadToken(), [this] { showEditState(); });
@@ -409,7 +415,7 @@ void EditorPane::showDiffReview()
         return;
     GtkRoot* root = gtk_widget_get_root(m_root.get());
     m_diffReviewSheet = std::make_unique<DiffReviewSheet>(
-        GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr, document->relativePath, m_store.selectedPageDiff(),
+        GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr, document->relativePath, [this] { return m_store.selectedPageDiffComputation(); },
         [this] { m_store.revertSelectedPageToOpenedBaseline(); }, [this] { m_diffReviewSheet.reset(); });
 }
 

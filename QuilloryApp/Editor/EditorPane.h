@@ -77,7 +77,8 @@ public:
     void jumpToLine();
     // Puts the keyboard focus into the visible form's line field (opening its popover if compact).
     void focusLineField();
-    // Opens the diff sheet over the window; nothing while one is open.
+    // Opens the diff sheet over the window; nothing while one is open. The sheet computes the
+    // diff off the main thread, anew when the text changes; another selection closes it.
     void showDiffReview();
     // Undoes to the snapshot with this id (its text form), if the selected page still has it.
     void undoToSnapshot(std::string_view snapshotID);

@@ -27,6 +27,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -201,6 +202,10 @@ public:
     std::string editStateDescription() const;
     // The whole-file diff of the selected document against its opened baseline, or "No file selected.".
     std::u16string selectedPageDiff() const;
+
+    // Review Diff: selectedPageDiff() as a computation that owns copies of the texts it compares,
+    // so that it can run on a worker thread while the store goes on changing.
+    std::function<std::u16string()> selectedPageDiffComputation() const;
 
     // Git and page creation: the working tree's and the selected file's Git state, tracking and
     // restore, and new pages inside Git-tracked folders.

@@ -230,11 +230,18 @@ std::string WorkspaceStore::editStateDescription() const
 
 std::u16string WorkspaceStore::selectedPageDiff() const
 {
+    return selectedPageDiffComputation()();
+}
+
+std::function<std::u16string()> WorkspaceStore::selectedPageDiffComputation() const
+{
     auto document = selectedDocument();
     const auto* session = selectedEditSession();
     if (!document || !session)
-        return u"No file selected.";
-    return UnifiedDiff::make(session->openedBaselineText, session->currentText, document->relativePath, "opened", "current");
+        return [] { return std::u16string(u"No file selected."); };
+    return [baseline = session->openedBaselineText, current = session->currentText, path = document->relativePath] {
+        return UnifiedDiff::make(baseline, current, path, "opened", "current");
+    };
 }
 
 }

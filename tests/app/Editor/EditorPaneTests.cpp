@@ -67,7 +67,20 @@ struct PaneWindow {
         drainMainLoop();
     }
     std::string label(GtkLabel* label) const { return gtk_label_get_text(label); }
+    // Types at the end of the page and clicks "Review Diff"; the sheet, just opened.
+    DiffReviewSheet* reviewDiffAfterTyping(const char* typed)
+    {
+        typeAtEnd(editor(), typed);
+        click(pane->expandedHeader().reviewDiffButton);
+        return pane->diffReviewSheet();
+    }
 };
+
+// The diff of the home page with one line added after its heading.
+std::string homeDiffAdding(const std::string& line)
+{
+    return "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+" + line + "\n ";
+}
 
 // The words of a labelled action: those of its image-and-words content, or its own.
 std::string actionWords(GtkWidget* button)
@@ -342,7 +355,15 @@ TEST(EditorPane, ReviewDiffSheetShowsTheRealDiffAndItsRevertRestoresFileAndEdito
     EXPECT_EQ(gtk_window_get_transient_for(sheet->window()), GTK_WINDOW(window.window->window()));
     EXPECT_STREQ(gtk_label_get_text(sheet->headingLabel()), "Review Diff");
     EXPECT_STREQ(gtk_label_get_text(sheet->pathLabel()), "index.html");
-    EXPECT_EQ(sheet->shownDiffText(), "--- index.html (opened)\n+++ index.html (current)\n@@\n <h1>Home</h1>\n+<p>New</p>\n ");
+    // The diff is computed off the main thread: the sheet opens in its progress state.
+    EXPECT_TRUE(sheet->isComputing());
+    EXPECT_STREQ(gtk_stack_get_visible_child_name(sheet->contentStack()), "progress");
+    EXPECT_STREQ(gtk_label_get_text(sheet->progressLabel()), "Computing diff\u2026");
+    EXPECT_FALSE(isSensitive(sheet->revertButton()));
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_STREQ(gtk_stack_get_visible_child_name(sheet->contentStack()), "diff");
+    EXPECT_TRUE(isSensitive(sheet->revertButton()));
+    EXPECT_EQ(sheet->shownDiffText(), homeDiffAdding("<p>New</p>"));
     EXPECT_EQ(sheet->shownDiffText(), UnicodeText::utf8FromUTF16(window.harness.store.selectedPageDiff()));
     EXPECT_TRUE(gtk_text_view_get_monospace(sheet->diffView()));
     EXPECT_FALSE(gtk_text_view_get_editable(sheet->diffView()));
@@ -379,6 +400,49 @@ TEST(EditorPane, ClosingTheDiffSheetChangesNothing)
     EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
     EXPECT_EQ(window.editor().bufferText(), u"<h1>Home</h1>\n<p>Kept</p>");
     EXPECT_EQ(window.site.read("index.html"), "<h1>Home</h1>\n");
+}
+
+TEST(EditorPane, TheOpenDiffSheetFollowsATextChangeWithTheNewDiff)
+{
+    PaneWindow window;
+    DiffReviewSheet* sheet = window.reviewDiffAfterTyping("<p>New</p>\n");
+    ASSERT_NE(sheet, nullptr);
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+
+    // As a finished format writes it: the text first, then the session takes it.
+    window.harness.type(u"<h1>Home</h1>\n<p>Formatted</p>\n");
+    EXPECT_TRUE(sheet->isComputing());
+    EXPECT_FALSE(isSensitive(sheet->revertButton()));
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_EQ(sheet->shownDiffText(), homeDiffAdding("<p>Formatted</p>"));
+    EXPECT_EQ(window.pane->diffReviewSheet(), sheet);
+}
+
+TEST(EditorPane, ATextChangeBeforeTheFirstDiffArrivedShowsOnlyTheNewDiff)
+{
+    PaneWindow window;
+    DiffReviewSheet* sheet = window.reviewDiffAfterTyping("<p>First</p>\n");
+    ASSERT_NE(sheet, nullptr);
+    window.harness.type(u"<h1>Home</h1>\n<p>Second</p>\n");
+    ASSERT_TRUE(waitUntil([&] { return sheet->isShowingWholeDiff(); }));
+    EXPECT_EQ(sheet->shownDiffText(), homeDiffAdding("<p>Second</p>"));
+    // Whatever else was on its way is dropped.
+    waitFor(std::chrono::milliseconds(300));
+    EXPECT_EQ(sheet->shownDiffText(), homeDiffAdding("<p>Second</p>"));
+}
+
+TEST(EditorPane, SelectingAnotherDocumentClosesTheDiffSheet)
+{
+    PaneWindow window;
+    ASSERT_NE(window.reviewDiffAfterTyping("<p>New</p>\n"), nullptr);
+    // Its diff and its "Revert Page" were the other document's.
+    ASSERT_TRUE(window.harness.store.requestSelectDocument("about.html"));
+    EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
+    // The computation that was on its way finds no sheet.
+    waitFor(std::chrono::milliseconds(300));
+    EXPECT_EQ(window.pane->diffReviewSheet(), nullptr);
+    EXPECT_EQ(window.site.read("index.html"), "<h1>Home</h1>\n<p>New</p>\n");
+    EXPECT_EQ(window.editor().bufferText(), u"<h1>About</h1>\n");
 }
 
 TEST(EditorPane, RevertPageButtonWritesTheBaselineBack)
