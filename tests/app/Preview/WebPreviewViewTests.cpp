@@ -323,8 +323,8 @@ TEST(WebPreviewView, ScrollBurstReportsOnceAfterItPauses)
     }));
 
     // About one second of scrolling, one step every 16 ms. The page records when its scroll events
-    // came: a burst counts only if no two came 80 ms or more apart, which a busy machine can cause;
-    // such a burst is rightly reported more than once, and is run again.
+    // came: a busy machine can hold one back for 80 ms or more, and each such pause rightly ends
+    // a burst of its own. On a quiet machine there is none, and the whole burst is one report.
     constexpr const char* burst = R"(
         const times = [];
         const record = () => times.push(performance.now());
@@ -341,23 +341,17 @@ TEST(WebPreviewView, ScrollBurstReportsOnceAfterItPauses)
         });
         await new Promise((resolve) => setTimeout(resolve, 20));
         window.removeEventListener('scroll', record);
-        let longestPause = 0;
+        let pauses = 0;
         for (let i = 1; i < times.length; ++i)
-            longestPause = Math.max(longestPause, times[i] - times[i - 1]);
-        return JSON.stringify([times.length, longestPause]);
+            pauses += times[i] - times[i - 1] >= 80 ? 1 : 0;
+        return JSON.stringify([times.length, pauses]);
     )";
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        harness.scrollReports = 0;
-        auto [events, longestPause] = nlohmann::json::parse(harness.evaluate(burst)).get<std::pair<int, double>>();
-        ASSERT_GT(events, 1);
-        ASSERT_TRUE(waitUntil([&] { return harness.scrollReports > 0; }));
-        waitFor(600ms);
-        if (longestPause >= 80)
-            continue;
-        EXPECT_EQ(harness.scrollReports, 1) << events << " scroll events, longest pause " << longestPause << " ms";
-        return;
-    }
-    FAIL() << "every burst paused for 80 ms or more";
+    auto [events, pauses] = nlohmann::json::parse(harness.evaluate(burst)).get<std::pair<int, int>>();
+    ASSERT_GT(events, 1);
+    ASSERT_TRUE(waitUntil([&] { return harness.scrollReports > 0; }));
+    waitFor(600ms);
+    // Many scroll events, far fewer reports: at most one per burst.
+    EXPECT_LE(harness.scrollReports, 1 + pauses) << events << " scroll events, " << pauses << " pauses of 80 ms or more";
 }
 
 TEST(WebPreviewView, ObserverInstalledTwiceInOneDocumentReportsOnce)
