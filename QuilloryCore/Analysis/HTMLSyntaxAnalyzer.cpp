@@ -141,7 +141,7 @@ std::size_t skipWhiteSpace(std::u16string_view text, std::size_t from)
 
 void append(std::vector<HTMLSyntaxSpan>& spans, HTMLSyntaxKind kind, std::size_t from, std::size_t to)
 {
-    spans.emplace_back(kind, Utf16Range { from, to - from });
+    spans.push_back(HTMLSyntaxSpan { kind, Utf16Range { from, to - from } });
 }
 
 // The spans of one tag starting at the "<" at `i`; the position behind it, or nothing when the
