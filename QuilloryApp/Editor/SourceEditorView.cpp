@@ -19,18 +19,10 @@ namespace {
 // unit like the NUL, so offsets in the bound text and in the buffer agree.
 constexpr char16_t nulSubstitute = u'\u2400';
 
-bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-
-bool startsSurrogatePair(std::u16string_view text, std::size_t offset)
-{
-    return offset + 1 < text.size() && isHighSurrogate(text[offset]) && isLowSurrogate(text[offset + 1]);
-}
-
 // Whether a UTF-16 offset falls between the two halves of an astral character.
 bool splitsSurrogatePair(std::u16string_view text, std::size_t offset)
 {
-    return offset > 0 && startsSurrogatePair(text, offset - 1);
+    return offset > 0 && UnicodeText::startsSurrogatePair(text, offset - 1);
 }
 
 bool isLineTerminator(char16_t unit)

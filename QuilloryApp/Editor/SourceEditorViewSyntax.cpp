@@ -1,5 +1,6 @@
 #include "QuilloryApp/Editor/SourceEditorColors.h"
 #include "QuilloryApp/Editor/SourceEditorView.h"
+#include "QuilloryCore/Text/UnicodeText.h"
 #include "TreeSitterLayer/SourceSyntaxAnalyzer.h"
 
 #include <algorithm>
@@ -20,11 +21,6 @@ namespace Quillory {
 namespace {
 
 constexpr guint syntaxRefreshDelayMilliseconds = 120;
-
-bool startsSurrogatePair(std::u16string_view text, std::size_t unit)
-{
-    return unit + 1 < text.size() && text[unit] >= 0xD800 && text[unit] <= 0xDBFF && text[unit + 1] >= 0xDC00 && text[unit + 1] <= 0xDFFF;
-}
 
 // How far the analysis thread lowers its scheduling priority (a nice value).
 constexpr int analysisNiceness = 10;
@@ -69,7 +65,7 @@ std::vector<std::uint8_t> SourceEditorView::characterKinds(std::u16string_view t
     }
     std::vector<std::uint8_t> kinds;
     kinds.reserve(unitKinds.size());
-    for (std::size_t unit = 0; unit < unitKinds.size(); unit += startsSurrogatePair(text, unit) ? 2 : 1)
+    for (std::size_t unit = 0; unit < unitKinds.size(); unit += UnicodeText::startsSurrogatePair(text, unit) ? 2 : 1)
         kinds.push_back(unitKinds[unit]);
     return kinds;
 }

@@ -12,18 +12,13 @@ namespace Quillory {
 
 namespace {
 
-bool startsSurrogatePair(std::u16string_view text, std::size_t unit)
-{
-    return unit + 1 < text.size() && text[unit] >= 0xD800 && text[unit] <= 0xDBFF && text[unit + 1] >= 0xDC00 && text[unit + 1] <= 0xDFFF;
-}
-
 // The buffer character offsets of the astral characters of `text`, counted from `firstCharacter`.
 std::vector<int> astralCharacters(std::u16string_view text, int firstCharacter)
 {
     std::vector<int> found;
     int character = firstCharacter;
     for (std::size_t unit = 0; unit < text.size(); ++character) {
-        if (startsSurrogatePair(text, unit)) {
+        if (UnicodeText::startsSurrogatePair(text, unit)) {
             found.push_back(character);
             unit += 2;
         } else {

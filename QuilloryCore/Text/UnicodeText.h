@@ -23,4 +23,10 @@ bool isValidUTF8(std::string_view bytes);
 // text that is shown or printed and must be UTF-8 whatever it was made from.
 std::string replacingInvalidUTF8(std::string_view bytes);
 
+// Whether the units at `offset` and after it are the two halves of one astral character.
+inline bool startsSurrogatePair(std::u16string_view text, std::size_t offset)
+{
+    return offset + 1 < text.size() && text[offset] >= 0xD800 && text[offset] <= 0xDBFF && text[offset + 1] >= 0xDC00 && text[offset + 1] <= 0xDFFF;
+}
+
 }

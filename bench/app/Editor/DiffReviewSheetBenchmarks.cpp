@@ -4,6 +4,7 @@
 #include "QuilloryApp/Workspace/WorkspaceRecentProjectsStore.h"
 #include "QuilloryApp/Workspace/WorkspaceStore.h"
 #include "QuilloryCore/Text/UnicodeText.h"
+#include "bench/support/MainLoopGapProbe.h"
 #include "support/ScatteredEditsPage.h"
 
 #include <adwaita.h>
@@ -87,19 +88,8 @@ void DiffReviewSheetOpenMainLoopGap(benchmark::State& state)
 
     double longestGapMilliseconds = 0;
     double untilShownMilliseconds = 0;
-    struct Probe {
-        Clock::time_point last { Clock::now() };
-        Clock::duration longest {};
-    } probe;
     for (auto _ : state) {
-        probe = {};
-        guint probeID = g_timeout_add_full(G_PRIORITY_HIGH, 1, +[](gpointer data) -> gboolean {
-            auto* running = static_cast<Probe*>(data);
-            auto now = Clock::now();
-            running->longest = std::max(running->longest, now - running->last);
-            running->last = now;
-            return G_SOURCE_CONTINUE;
-        }, &probe, nullptr);
+        auto probe = std::make_unique<QuilloryBench::MainLoopGapProbe>();
         runMainLoopFor(std::chrono::milliseconds(100));
         auto start = Clock::now();
         std::unique_ptr<DiffReviewSheet> sheet;
@@ -108,13 +98,14 @@ void DiffReviewSheetOpenMainLoopGap(benchmark::State& state)
         auto untilShown = Clock::now() - start;
         // The text view lays out what it was given.
         runMainLoopFor(std::chrono::milliseconds(1500));
-        g_source_remove(probeID);
+        auto longestGap = probe->longest;
+        probe.reset();
         if (!shown) {
             state.SkipWithError("the diff did not arrive within a minute");
             break;
         }
-        state.SetIterationTime(std::chrono::duration<double>(probe.longest).count());
-        longestGapMilliseconds = std::max(longestGapMilliseconds, std::chrono::duration<double, std::milli>(probe.longest).count());
+        state.SetIterationTime(std::chrono::duration<double>(longestGap).count());
+        longestGapMilliseconds = std::max(longestGapMilliseconds, std::chrono::duration<double, std::milli>(longestGap).count());
         untilShownMilliseconds += std::chrono::duration<double, std::milli>(untilShown).count();
         g_signal_emit_by_name(sheet->closeButton(), "clicked");
         runMainLoopFor(std::chrono::milliseconds(200));

@@ -1,6 +1,6 @@
 #include "QuilloryApp/Editor/SourceEditorView.h"
 #include "bench/support/GeneratedHTMLPage.h"
-#include "bench/support/ThreadCPUTime.h"
+#include "bench/support/MainLoopGapProbe.h"
 
 #include <adwaita.h>
 #include <benchmark/benchmark.h>
@@ -35,34 +35,7 @@ void runMainLoopFor(std::chrono::milliseconds duration)
     runMainLoopUntil([] { return false; }, duration);
 }
 
-// Gaps of the main loop, seen by a high-priority source that fires every millisecond. How much of
-// a gap the main thread spent on the processor tells its own work from a busy machine's.
-struct Probe {
-    Clock::time_point last { Clock::now() };
-    double lastCPUMilliseconds { QuilloryBench::threadCPUMilliseconds() };
-    Clock::duration longest {};
-    double longestBusyMilliseconds { 0 };
-
-    Probe() { m_id = g_timeout_add_full(G_PRIORITY_HIGH, 1, &Probe::fire, this, nullptr); }
-    ~Probe() { g_source_remove(m_id); }
-    Probe(const Probe&) = delete;
-    Probe& operator=(const Probe&) = delete;
-
-    static gboolean fire(gpointer data)
-    {
-        auto* probe = static_cast<Probe*>(data);
-        auto now = Clock::now();
-        auto cpu = QuilloryBench::threadCPUMilliseconds();
-        probe->longest = std::max(probe->longest, now - probe->last);
-        probe->longestBusyMilliseconds = std::max(probe->longestBusyMilliseconds, cpu - probe->lastCPUMilliseconds);
-        probe->last = now;
-        probe->lastCPUMilliseconds = cpu;
-        return G_SOURCE_CONTINUE;
-    }
-
-private:
-    guint m_id { 0 };
-};
+using Probe = QuilloryBench::MainLoopGapProbe;
 
 void typeCharacter(GtkTextBuffer* buffer, const char* character)
 {
